@@ -1,0 +1,19 @@
+// Creation and release of an A4 page: the block layer recycles large blocks.
+#include <benchmark/benchmark.h>
+
+#include "quilp32.h"
+
+namespace {
+
+void BM_CreateFreeA4(benchmark::State& state) {
+  int const depth = static_cast<int>(state.range(0));
+  for (auto _ : state) {
+    DibInfo* dib = DibCreate(2480, 3508, 11811, 11811, depth);
+    benchmark::DoNotOptimize(dib);
+    DibFree(dib);
+  }
+}
+
+}  // namespace
+
+BENCHMARK(BM_CreateFreeA4)->Arg(1)->Arg(8)->Arg(24)->Unit(benchmark::kMicrosecond);

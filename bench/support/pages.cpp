@@ -1,0 +1,42 @@
+#include "support/pages.h"
+
+#include "pages/page_maker.h"
+
+namespace bench_support {
+
+DibInfo* ColourPage() {
+  static DibInfo* page = [] {
+    quilp_pages::PageSpec spec;  // A4, 300 dpi
+    spec.topDown = true;
+    spec.skewDegrees = 0.8;
+    spec.noise = 10;
+    spec.unevenness = 0.2;
+    return quilp_pages::MakePage(spec);
+  }();
+  return page;
+}
+
+DibInfo* GreyPage() {
+  static DibInfo* page = [] {
+    DibInfo* colour = ColourPage();
+    DibInfo* grey = DibCreate(colour->Width(), -colour->Height(), colour->XPelsPerMeter(),
+                              colour->YPelsPerMeter(), 8);
+    for (int y = 0; y < colour->Height(); ++y) {
+      unsigned char const* s = colour->GetLine(y);
+      unsigned char* d = grey->GetLine(y);
+      for (int x = 0; x < colour->Width(); ++x)
+        d[x] = static_cast<unsigned char>((s[3 * x] + s[3 * x + 1] + s[3 * x + 2]) / 3);
+    }
+    return grey;
+  }();
+  return page;
+}
+
+#if defined(QUILP_HAVE_OPENCV)
+cv::Mat AsMat(DibInfo* dib) {
+  int const type = dib->BitsPerPixel() == 8 ? CV_8UC1 : dib->BitsPerPixel() == 24 ? CV_8UC3 : CV_8UC4;
+  return cv::Mat(dib->Height(), dib->Width(), type, dib->GetLine(0), size_t(dib->ByteWidth()));
+}
+#endif
+
+}  // namespace bench_support

@@ -1,0 +1,66 @@
+// quilp32.cpp - the entry points of every exported operation.
+//
+// Each export checks its arguments in the documented order, resolves the rectangle by its
+// rule, allocates the result with a creator, describes source and result as views and hands
+// them to a kernel. Kernels live in the subsystem folders and never see a DibInfo header.
+#include "quilp32.h"
+
+#include "colour/grey_projection.h"
+#include "record/create.h"
+#include "record/rect.h"
+#include "record/view.h"
+
+using namespace quilp;
+
+// ---- Records ------------------------------------------------------------------------------
+
+DibInfo* DibCreate(int width, int height, int xPelsPerMeter, int yPelsPerMeter, int bitCount) {
+  return DibCreateDepth(width, height, xPelsPerMeter, yPelsPerMeter, bitCount);
+}
+
+DibInfo* DibCreate(DibInfo* model, int bitCount) {
+  if (!model) return nullptr;
+  return DibCreateDepth(model->biWidth, model->biHeight, model->biXPelsPerMeter,
+                        model->biYPelsPerMeter, bitCount == 0 ? model->biBitCount : bitCount);
+}
+
+bool DibFree(DibInfo*& dib) { return DibRelease(dib); }
+
+// ---- Grey conversion ------------------------------------------------------------------------
+
+namespace {
+
+enum class RectRule { kClamp, kExactFit };
+
+DibInfo* GreyConversion(DibInfo* src, unsigned char const (*colour)[3], tagRect32 const* rect,
+                        RectRule rule, bool centred, int colourWeight) {
+  if (!src || src->BitsPerPixel() != 24) return nullptr;
+  Area area;
+  bool const ok = rule == RectRule::kClamp ? ClampRect(src, rect, area)
+                                           : ExactFitRect(src, rect, area);
+  if (!ok) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 8));
+  if (!result) return nullptr;
+  unsigned char reference[3];
+  if (colour) for (int i = 0; i < 3; ++i) reference[i] = (*colour)[i];
+  if (!DibGreyProjection(MakeView(result.get()), MakeView(src, area),
+                         colour ? reference : nullptr, centred, colourWeight))
+    return nullptr;
+  return result.release();
+}
+
+}  // namespace
+
+DibInfo* DibRGB2Grey(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect) {
+  return GreyConversion(src, colour, rect, RectRule::kClamp, false, 0);
+}
+
+DibInfo* DibRGB2GreyN(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect) {
+  return GreyConversion(src, colour, rect, RectRule::kExactFit, true, 0);
+}
+
+DibInfo* DibRGB2GreyX(DibInfo* src, unsigned char const (*colour)[3], int colourWeight,
+                      tagRect32* rect) {
+  return GreyConversion(src, colour, rect, RectRule::kExactFit, false, colourWeight);
+}

@@ -1,0 +1,133 @@
+/*
+ * quilp32.h - image operations for scanned document pages.
+ *
+ * Images travel as DibInfo records: a 40-byte bitmap info header, the palette and the pixel
+ * rows in one block that the library allocates (DibCreate and every operation that returns an
+ * image) and the caller releases with DibFree.
+ *
+ * Conventions shared by every export:
+ *  - Positive biHeight: rows stored bottom-up; zero or negative: top-down. Every row and
+ *    rectangle coordinate of the interface is visual: row 0 is the top of the picture.
+ *  - tagRect32 is left, top, right, bottom with right and bottom inclusive; a null rectangle
+ *    means the whole image. Each export documents which of two rules it applies:
+ *      clamping  - the rectangle is cut to the image; fails only when nothing is left;
+ *      exact-fit - the result has the requested size; fails unless the rectangle (normalised,
+ *                  each edge clamped to 0..Width or 0..Height) keeps that size. A right edge
+ *                  equal to Width or a bottom edge equal to Height therefore passes and covers
+ *                  one column or row beyond the image; pass rectangles inside the image.
+ *  - Plain exports return a new record (null on failure), a bool, or a number; keyed
+ *    parameter exports (names ending in Ex) return 0 or a positive value on success and
+ *    -1 invalid argument, -2 kernel failure, -3 result allocation failed, -4 not provided,
+ *    -5 destination requested before a source.
+ *  - 1-bit images: palette index 0 black, 1 white, leftmost pixel in the most significant bit.
+ *  - Sources are never modified. Nothing is printed except by the comparison operations.
+ *
+ * The header is C++11 and depends on nothing but <stdint.h> and <stdio.h>.
+ */
+#ifndef QUILP32_H
+#define QUILP32_H
+
+#include <stdint.h>
+#include <stdio.h>
+
+#if defined(_WIN32)
+#  if defined(QUILP_BUILDING_LIBRARY)
+#    define QUILP_API __declspec(dllexport)
+#  else
+#    define QUILP_API __declspec(dllimport)
+#  endif
+#else
+#  define QUILP_API __attribute__((visibility("default")))
+#endif
+
+/* ---- Records ------------------------------------------------------------------------- */
+
+struct tagBITMAPINFOHEADER {
+  uint32_t biSize;
+  int32_t biWidth;
+  int32_t biHeight;
+  uint16_t biPlanes;
+  uint16_t biBitCount;
+  uint32_t biCompression;
+  uint32_t biSizeImage;
+  int32_t biXPelsPerMeter;
+  int32_t biYPelsPerMeter;
+  uint32_t biClrUsed;
+  uint32_t biClrImportant;
+};
+struct tagRGBQUAD {
+  uint8_t rgbBlue, rgbGreen, rgbRed, rgbReserved;
+};
+typedef tagBITMAPINFOHEADER BITMAPINFOHEADER;
+typedef tagRGBQUAD RGBQUAD;
+
+struct tagRect32 {
+  int32_t left, top, right, bottom;
+};
+struct tagPoint32 {
+  int32_t x, y;
+};
+
+/* The record: header, palette and rows in one block. The accessors never allocate. */
+struct QUILP_API DibInfo : tagBITMAPINFOHEADER {
+  /* First stored pixel row: record + biSize + 4 * NumColors(). */
+  unsigned char* BitsPtr() const;
+  /* Visual row `row` (0 = top), or null when row < 0 or row >= Height(). */
+  unsigned char* GetLine(int row) const;
+  /* The palette, at record + biSize. */
+  tagRGBQUAD* PalPtr() const;
+  /* Row stride in bytes: rows padded to a multiple of 4 bytes. */
+  int ByteWidth() const;
+  /* Palette size in bytes, 4 * NumColors(). */
+  int PaletteSize() const;
+  /* biClrUsed if non-zero, else 2^biBitCount below 9 bits, else 0. */
+  int NumColors() const;
+  /* biPlanes * biBitCount. */
+  int BitsPerPixel() const;
+  int XPelsPerMeter() const;
+  int YPelsPerMeter() const;
+  /* abs(biHeight). */
+  int Height() const;
+  /* biWidth as stored. */
+  int Width() const;
+  /* Copies the 40 header bytes only; palette and pixels are not touched. */
+  DibInfo& operator=(DibInfo const& other);
+};
+
+/* A zeroed record of depth 1 (palette black, white), 8 (grey ramp), 24 or 32, stored in the
+   order the sign of height says. Any other depth, a negative width or a size beyond 4 GiB
+   gives null. A height of 0 gives a record with no rows. */
+QUILP_API DibInfo* DibCreate(int width, int height, int xPelsPerMeter, int yPelsPerMeter,
+                             int bitCount);
+/* A zeroed record with the model's width, signed height and resolutions; bitCount 0 means the
+   model's depth. Depths other than 1, 8, 24, 32 and a null model give null. */
+QUILP_API DibInfo* DibCreate(DibInfo* model, int bitCount);
+/* Releases a record made by this library and sets the pointer to null. Returns false, touching
+   nothing, for null, for an address that is not a live record and for one already released. */
+QUILP_API bool DibFree(DibInfo*& dib);
+
+/* ---- Grey conversion ------------------------------------------------------------------- */
+/*
+ * A 24-bit area becomes 8-bit grey by projecting each pixel (blue, green, red bytes) on a
+ * direction and stretching the projection over 0..255:
+ *   weights w = round(65536 * d / |d|); output range [min, max] over the colour cube's corners
+ *   (with 0 included); q = (max - min + 255) / 255; grey = clamp((b*w0 + g*w1 + r*w2 - min) / q)
+ *   with the division truncating. The direction d is the reference colour (three bytes in
+ *   pixel order, blue first) or, when colour is null, the main axis of the area's uncentred
+ *   colour moments, turned so that its components sum to 0 or more.
+ * Each returns a new 8-bit record of the area, or null when src is null or not 24-bit, the
+ * rectangle is rejected, the direction is zero (reference colour (0,0,0), an all-black area
+ * with no reference colour) or the output range is empty.
+ */
+/* Clamping rectangle rule. */
+QUILP_API DibInfo* DibRGB2Grey(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect);
+/* Exact-fit rule; the reference colour is centred (each byte minus 128) and the output range
+   is taken from black and white only, so (128,128,128) fails. */
+QUILP_API DibInfo* DibRGB2GreyN(DibInfo* src, unsigned char const (*colour)[3],
+                                tagRect32* rect);
+/* Exact-fit rule; colourWeight k >= 1 lifts colourful pixels toward white by k/16 grey level
+   per unit of distance from the grey axis: grey + (round(dist) * k + 8) / 16, capped at 255. */
+QUILP_API DibInfo* DibRGB2GreyX(DibInfo* src, unsigned char const (*colour)[3],
+                                int colourWeight, tagRect32* rect);
+
+#endif /* QUILP32_H */

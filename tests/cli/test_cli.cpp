@@ -1,0 +1,108 @@
+// The quilp tool: files round-trip, results are written, bad input gets one clear line.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "cli_runner.h"
+#include "pages/page_maker.h"
+#include "quilp32.h"
+
+using namespace cli_test;
+
+namespace {
+
+// A small colour page on disk, written by the tool's own demo code path.
+std::string SmallPage() {
+  static std::string const path = [] {
+    quilp_pages::PageSpec spec;
+    spec.width = 300;
+    spec.height = 200;
+    spec.dpi = 100;
+    DibInfo* page = quilp_pages::MakePage(spec);
+    std::string bytes(54 + page->biSizeImage, '\0');
+    unsigned char* f = reinterpret_cast<unsigned char*>(&bytes[0]);
+    f[0] = 'B';
+    f[1] = 'M';
+    uint32_t const size = uint32_t(bytes.size()), off = 54;
+    std::memcpy(f + 2, &size, 4);
+    std::memcpy(f + 10, &off, 4);
+    std::memcpy(f + 14, page, 40);
+    std::memcpy(f + 54, page->BitsPtr(), page->biSizeImage);
+    DibFree(page);
+    WriteFile("page.bmp", bytes);
+    return std::string("page.bmp");
+  }();
+  return path;
+}
+
+}  // namespace
+
+TEST(Cli, InfoAndGreyOnAPage) {
+  Outcome info = Quilp("info " + SmallPage());
+  ASSERT_EQ(info.status, 0) << info.err;
+  EXPECT_NE(info.out.find("300 x 200"), std::string::npos);
+  EXPECT_NE(info.out.find("24 bits"), std::string::npos);
+  EXPECT_NE(info.out.find("100.0 x 100.0 dpi"), std::string::npos);
+  Outcome grey = Quilp("grey " + SmallPage() + " grey.bmp --colour 4D961D --rect 10,10,99,49");
+  ASSERT_EQ(grey.status, 0) << grey.err;
+  Outcome back = Quilp("info grey.bmp");
+  ASSERT_EQ(back.status, 0) << back.err;
+  EXPECT_NE(back.out.find("90 x 40"), std::string::npos);
+  EXPECT_NE(back.out.find("8 bits"), std::string::npos);
+}
+
+TEST(Cli, BadInputGivesOneLineAndAFailingExit) {
+  WriteFile("text.bmp", "hello, this is not a bitmap at all, but it is long enough to read....");
+  std::string header(54, '\0');
+  header[0] = 'B';
+  header[1] = 'M';
+  WriteFile("short.bmp", header.substr(0, 30));
+  std::string fourBit = header;
+  fourBit[14] = 40;
+  fourBit[18] = 4;    // width 4
+  fourBit[22] = 4;    // height 4
+  fourBit[26] = 1;    // planes
+  fourBit[28] = 4;    // 4 bits per pixel
+  WriteFile("four.bmp", fourBit);
+  std::string truncated = header;
+  truncated[10] = 54;
+  truncated[14] = 40;
+  truncated[18] = 100;
+  truncated[22] = 100;
+  truncated[26] = 1;
+  truncated[28] = 24;
+  WriteFile("truncated.bmp", truncated);
+  struct Case { char const* args; char const* says; };
+  Case const cases[] = {
+      {"info missing.bmp", "cannot open"},
+      {"info text.bmp", "not a BMP"},
+      {"info short.bmp", "truncated"},
+      {"info four.bmp", "unsupported depth"},
+      {"info truncated.bmp", "truncated"},
+      {"grey page.bmp out.bmp --rect 5,5,1,1", "bad rectangle"},
+      {"grey page.bmp out.bmp --rect 1,2,3", "left,top,right,bottom"},
+      {"grey page.bmp out.bmp --rect 400,0,500,10", "failed"},
+      {"grey page.bmp out.bmp --colour red", "bad colour"},
+      {"grey page.bmp out.bmp --bogus", "unknown option"},
+      {"grey page.bmp", "missing output"},
+      {"frobnicate", "unknown command"},
+  };
+  SmallPage();
+  for (Case const& c : cases) {
+    SCOPED_TRACE(c.args);
+    Outcome r = Quilp(c.args);
+    EXPECT_GT(r.status, 0);  // a normal, failing exit: never a crash
+    EXPECT_NE(r.err.find(c.says), std::string::npos) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+  }
+}
+
+TEST(Cli, DemoWritesItsFolder) {
+  Outcome r = Quilp("demo demo-out");
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("demo-out/page.bmp"), std::string::npos);
+  EXPECT_NE(r.out.find("demo-out/grey-auto.bmp"), std::string::npos);
+  Outcome info = Quilp("info demo-out/grey-auto.bmp");
+  EXPECT_EQ(info.status, 0) << info.err;
+}

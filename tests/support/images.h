@@ -1,0 +1,33 @@
+// images.h - test helpers: owning pointers, random and made images, pixel access.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <random>
+
+#include "quilp32.h"
+
+namespace testing_support {
+
+struct DibDeleter {
+  void operator()(DibInfo* dib) const { DibFree(dib); }
+};
+using DibPtr = std::unique_ptr<DibInfo, DibDeleter>;
+
+// A record of the given depth whose pixel bytes (padding included) are random.
+// topDown stores the rows top-down (negative height).
+DibPtr RandomDib(int width, int height, int bitCount, bool topDown, uint32_t seed);
+
+// Visual pixel byte `channel` of (x, y) for 8-, 24- and 32-bit records.
+inline uint8_t& Px(DibInfo const* dib, int x, int y, int channel = 0) {
+  return dib->GetLine(y)[x * (dib->BitsPerPixel() / 8) + channel];
+}
+// Bit of a 1-bit record at (x, y).
+inline int Bit(DibInfo const* dib, int x, int y) {
+  return (dib->GetLine(y)[x / 8] >> (7 - x % 8)) & 1;
+}
+
+// Widths that catch vector tails and lane seams.
+inline constexpr int kAwkwardWidths[] = {1, 7, 15, 16, 17, 31, 33, 47, 64, 77, 100};
+
+}  // namespace testing_support

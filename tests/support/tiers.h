@@ -1,0 +1,32 @@
+// tiers.h - runs a check under every vector tier this processor has, against the scalar one.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "simd/cpu_features.h"
+
+namespace testing_support {
+
+// Caps the dispatch at `tier` for the life of the object.
+class ScopedTier {
+ public:
+  explicit ScopedTier(quilp::simd::Tier tier) : previous_(quilp::simd::ForceTier(tier)) {}
+  ~ScopedTier() { quilp::simd::ForceTier(previous_); }
+  ScopedTier(ScopedTier const&) = delete;
+  ScopedTier& operator=(ScopedTier const&) = delete;
+
+ private:
+  quilp::simd::Tier previous_;
+};
+
+// The vector tiers available here (possibly none).
+inline std::vector<quilp::simd::Tier> VectorTiers() {
+  std::vector<quilp::simd::Tier> tiers;
+  for (auto t : {quilp::simd::Tier::kSse41, quilp::simd::Tier::kAvx2})
+    if (static_cast<int>(t) <= static_cast<int>(quilp::simd::DetectedTier())) tiers.push_back(t);
+  return tiers;
+}
+
+}  // namespace testing_support

@@ -1,0 +1,32 @@
+// page_maker.h - deterministic scanned-page look-alikes drawn in code.
+//
+// A page is paper (optionally shaded unevenly and noisy), paragraphs of text-like strokes in one
+// or two columns, optionally a coloured stamp and a grey photo block, the whole content rotated
+// by a known skew about the page centre. Same spec, same pixels.
+#pragma once
+
+#include <cstdint>
+
+#include "quilp32.h"
+
+namespace quilp_pages {
+
+struct PageSpec {
+  int width = 2480;            // A4 at 300 dpi
+  int height = 3508;
+  int dpi = 300;
+  int bitCount = 24;           // 24 (colour) or 8 (grey)
+  bool topDown = false;        // row order of the record
+  double skewDegrees = 0.0;    // positive: text lines descend to the right
+  int columns = 1;             // 1 or 2
+  bool stamp = true;           // a red ring stamp near the top right
+  bool photo = true;           // a grey photo block
+  double noise = 0.0;          // amplitude of paper noise, grey levels
+  double unevenness = 0.0;     // 0..1: how much the paper darkens toward one corner
+  uint32_t seed = 1;
+};
+
+// A new record holding the page (release with DibFree), or null on allocation failure.
+DibInfo* MakePage(PageSpec const& spec);
+
+}  // namespace quilp_pages
