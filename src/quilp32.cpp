@@ -6,6 +6,7 @@
 #include "quilp32.h"
 
 #include "colour/grey_projection.h"
+#include "params/flow_control.h"
 #include "record/create.h"
 #include "record/rect.h"
 #include "record/view.h"
@@ -63,4 +64,11 @@ DibInfo* DibRGB2GreyN(DibInfo* src, unsigned char const (*colour)[3], tagRect32*
 DibInfo* DibRGB2GreyX(DibInfo* src, unsigned char const (*colour)[3], int colourWeight,
                       tagRect32* rect) {
   return GreyConversion(src, colour, rect, RectRule::kExactFit, false, colourWeight);
+}
+
+// ---- Keyed-parameter operations ---------------------------------------------------------------
+
+int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* const*,
+                char const* const*, tagRect32 const*) {
+  return kDibNotProvided;
 }

@@ -130,4 +130,22 @@ QUILP_API DibInfo* DibRGB2GreyN(DibInfo* src, unsigned char const (*colour)[3],
 QUILP_API DibInfo* DibRGB2GreyX(DibInfo* src, unsigned char const (*colour)[3],
                                 int colourWeight, tagRect32* rect);
 
+/* ---- Keyed-parameter operations ------------------------------------------------------ */
+/*
+ * Exports ending in Ex take, besides their positional arguments, `count` name/value pairs of
+ * decimal text (names[i] is a key, values[i] its value) that can override positional
+ * integers. A repeated key keeps its first value; keys are case-sensitive; values are read as
+ * atoi reads them ("12px" is 12, "x" is 0). count != 0 with a null list gives -1.
+ * Sources follow the clamping rectangle rule. Results are placed at the optional point
+ * (null or negative coordinates mean 0, 0) of the caller's target, which must have the result
+ * depth and room for point plus area (else -1), or of a new record made just large enough.
+ * When a call fails after making the result, the result is released although the caller's
+ * variable still holds its address: after a negative return that variable must not be used.
+ */
+
+/* Always -4 (not provided), whatever the arguments. */
+QUILP_API int DibFilterEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, int p2, int p3,
+                          int count, char const* const* names, char const* const* values,
+                          tagRect32 const* rect);
+
 #endif /* QUILP32_H */

@@ -1,0 +1,48 @@
+// plane.h - DibPlane, the area descriptor keyed-parameter kernels receive, and its formats.
+//
+// A plane is the top-left pixel address of an area, its size, and a signed stride that always
+// moves one visual row down (negative for bottom-up records). 1-bit planes also carry the bit
+// offset of the first pixel within its byte (leftmost pixel in the most significant bit).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace quilp {
+
+// Format codes by depth: low 4 bits samples per pixel, bits 16..23 bytes per sample.
+enum DibFormat : int32_t {
+  kDibFormatNone = 0,
+  kDibFormat1 = 0x00000001,   // one bit-packed sample
+  kDibFormat8 = 0x00010001,   // one 1-byte sample
+  kDibFormat24 = 0x00010003,  // three 1-byte samples
+  kDibFormat32 = 0x00040001,  // one 4-byte sample
+};
+
+// The format of a depth, or kDibFormatNone for a depth no plane can describe.
+constexpr DibFormat FormatForDepth(int bitsPerPixel) {
+  return bitsPerPixel == 1    ? kDibFormat1
+         : bitsPerPixel == 8  ? kDibFormat8
+         : bitsPerPixel == 24 ? kDibFormat24
+         : bitsPerPixel == 32 ? kDibFormat32
+                              : kDibFormatNone;
+}
+
+// Bytes per pixel of a byte format (samples times bytes per sample), at least 1.
+constexpr int BytesPerPixel(int32_t format) {
+  int const n = (format & 15) * ((format >> 16) & 0xFF);
+  return n < 1 ? 1 : n;
+}
+
+struct DibPlane {
+  int width = 0;
+  int height = 0;
+  std::ptrdiff_t stride = 0;    // bytes from one visual row to the next one down
+  int bitOffset = 0;            // 1-bit planes: bit of the first pixel in its byte, else 0
+  int32_t format = kDibFormatNone;
+  unsigned char* data = nullptr;  // first pixel of the area (its byte, for 1-bit planes)
+
+  unsigned char* Row(int y) const { return data + stride * y; }
+};
+
+}  // namespace quilp
