@@ -72,3 +72,33 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
                 char const* const*, tagRect32 const*) {
   return kDibNotProvided;
 }
+
+
+// ---- Zone copy, depth conversion, canonical check ---------------------------------
+
+// (end of zone copy, depth conversion, canonical check)
+
+
+// ---- Comparison and statistics ----------------------------------------------------
+
+// (end of comparison and statistics)
+
+
+// ---- Otsu thresholds and binarization ---------------------------------------------
+
+// (end of otsu thresholds and binarization)
+
+
+// ---- Colour suppression and the depth decision ------------------------------------
+
+// (end of colour suppression and the depth decision)
+
+
+// ---- Erosion, dilation and grey filters -------------------------------------------
+
+// (end of erosion, dilation and grey filters)
+
+
+// ---- Skew estimation and downscaling ----------------------------------------------
+
+// (end of skew estimation and downscaling)

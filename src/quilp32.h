@@ -148,4 +148,34 @@ QUILP_API int DibFilterEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, i
                           int count, char const* const* names, char const* const* values,
                           tagRect32 const* rect);
 
+/* ---- Zone copy, depth conversion, canonical check ------------------------------ */
+
+/* (end of zone copy, depth conversion, canonical check) */
+
+
+/* ---- Comparison and statistics ------------------------------------------------- */
+
+/* (end of comparison and statistics) */
+
+
+/* ---- Otsu thresholds and binarization ------------------------------------------ */
+
+/* (end of otsu thresholds and binarization) */
+
+
+/* ---- Colour suppression and the depth decision --------------------------------- */
+
+/* (end of colour suppression and the depth decision) */
+
+
+/* ---- Erosion, dilation and grey filters ---------------------------------------- */
+
+/* (end of erosion, dilation and grey filters) */
+
+
+/* ---- Skew estimation and downscaling ------------------------------------------- */
+
+/* (end of skew estimation and downscaling) */
+
+
 #endif /* QUILP32_H */
