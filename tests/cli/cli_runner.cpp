@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -29,7 +30,9 @@ void WriteFile(std::string const& name, std::string const& bytes) {
 }
 
 Outcome Quilp(std::string const& args) {
-  std::string const out = WorkPath("stdout.txt"), err = WorkPath("stderr.txt");
+  // Per-process capture files: tests of this binary may run side by side.
+  std::string const tag = std::to_string(getpid());
+  std::string const out = WorkPath("stdout-" + tag + ".txt"), err = WorkPath("stderr-" + tag + ".txt");
   std::string const cmd = std::string("cd '") + QUILP_CLI_WORK + "' && '" + QUILP_TOOL + "' " +
                           args + " >'" + out + "' 2>'" + err + "'";
   int const raw = std::system(cmd.c_str());
