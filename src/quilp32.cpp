@@ -10,6 +10,7 @@
 #include "record/create.h"
 #include "record/rect.h"
 #include "record/view.h"
+#include "record/zone_copy.h"
 
 using namespace quilp;
 
@@ -75,6 +76,51 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 
 
 // ---- Zone copy, depth conversion, canonical check ---------------------------------
+
+namespace {
+
+// The keyed-parameter copy route, shared by DibCopyZoneEx and the same-depth conversion.
+int CopyZoneInFrame(DibInfo*& dest, DibInfo const* src, int depth, tagRect32 const* rect,
+                    tagPoint32 const* origin) {
+  CDibFlowControl frame;
+  DibPlane from, to;
+  frame.AddSource(&from, src, depth, rect);
+  frame.AddTarget(&to, dest, depth, origin);
+  if (frame.GetStatus() == kDibOk) frame.SetResult(DibCopyPlane(&to, &from));
+  return frame.GetStatus();
+}
+
+}  // namespace
+
+bool DibCopyZone(DibInfo*& dest, DibInfo* src, tagRect32* rect) {
+  if (!src) return false;
+  int const depth = src->BitsPerPixel();
+  if (FormatForDepth(depth) == kDibFormatNone) return false;
+  Area area;
+  if (!ClampRect(src, rect, area)) return false;
+  if (dest) {
+    if (dest->Width() < area.width || dest->Height() < area.height ||
+        dest->BitsPerPixel() != depth)
+      return false;
+  } else {
+    // Byte formats overwrite every pixel of the new record; a 1-bit one keeps its last
+    // byte's bits beyond the zone, so it starts zeroed.
+    dest = depth == 1 ? DibCreateDepth(area.width, area.height, src->XPelsPerMeter(),
+                                       src->YPelsPerMeter(), depth)
+                      : DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                              src->YPelsPerMeter(), depth);
+    if (!dest) return false;
+  }
+  DibPlane const from = MakePlane(src, area);
+  DibPlane const to = MakePlane(dest, Area{0, 0, area.width, area.height});
+  return DibCopyPlane(&to, &from) == 0;
+}
+
+int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int, char const* const*,
+                  char const* const*, tagRect32 const* rect, tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  return CopyZoneInFrame(dest, src, src->BitsPerPixel(), rect, origin);
+}
 
 // (end of zone copy, depth conversion, canonical check)
 

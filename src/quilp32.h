@@ -150,6 +150,26 @@ QUILP_API int DibFilterEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, i
 
 /* ---- Zone copy, depth conversion, canonical check ------------------------------ */
 
+/*
+ * Zone copy: a rectangle of a 1-, 8-, 24- or 32-bit image is copied pixel for pixel into an
+ * image of the same depth (1-bit zones at any bit position). A destination made here has the
+ * zone's size, the source's resolutions and the standard palette of its depth (not the
+ * source's palette: an 8-bit source with a colour palette gives a copy read as grey).
+ */
+/* Clamping rectangle rule. Copies the zone to the top-left of `dest`, which must have the
+   source's depth and room for the zone (else false, dest untouched); when dest is null a new
+   record is made and stored there. False for a null source, a depth other than 1, 8, 24 or
+   32, a rectangle with nothing inside the image, or a failed allocation; no pixel is written
+   on failure. Destination bits and pixels outside the zone keep their values. */
+QUILP_API bool DibCopyZone(DibInfo*& dest, DibInfo* src, tagRect32* rect);
+/* Keyed-parameter form (the lists are accepted and not read): copies the clamped zone to
+   `origin` of dest (null or a negative coordinate: 0, 0); a null dest gets a new record of
+   origin plus zone size, zero outside the zone. 0 on success, -1 null source, unsupported
+   depth, empty rectangle or unsuitable dest (other depth, too small), -3 allocation failed. */
+QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
+                            char const* const* names, char const* const* values,
+                            tagRect32 const* rect, tagPoint32 const* origin);
+
 /* (end of zone copy, depth conversion, canonical check) */
 
 
