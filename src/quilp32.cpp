@@ -7,7 +7,9 @@
 
 #include "colour/grey_projection.h"
 #include "params/flow_control.h"
+#include "record/canonical.h"
 #include "record/create.h"
+#include "record/depth_conversion.h"
 #include "record/rect.h"
 #include "record/view.h"
 #include "record/zone_copy.h"
@@ -120,6 +122,28 @@ int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int, char const* const*,
                   char const* const*, tagRect32 const* rect, tagPoint32 const* origin) {
   if (!src) return kDibInvalid;
   return CopyZoneInFrame(dest, src, src->BitsPerPixel(), rect, origin);
+}
+
+int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2, int p3,
+                      int count, char const* const* names, char const* const* values,
+                      tagRect32 const* rect, tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  int const from = src->BitsPerPixel();
+  if (depth == from) return CopyZoneInFrame(dest, src, depth, rect, origin);
+  if (depth == 1 && from > 1)
+    return ConvertDepthByBinarization(dest, src, p1, p2, p3, count, names, values, rect, origin);
+  if (depth == 8 && (from == 24 || from == 32))
+    return ConvertDepthBySuppression(dest, src, p1, p2, p3, count, names, values, rect, origin);
+  CDibFlowControl frame;
+  DibPlane in, out;
+  frame.AddSource(&in, src, from, rect);
+  frame.AddTarget(&out, dest, depth, origin);
+  if (frame.GetStatus() == kDibOk) frame.SetResult(DibConvertPlane(&out, &in));
+  return frame.GetStatus();
+}
+
+int DibIsCanonical(DibInfo const* dib, DibDirection direction) {
+  return CanonicalGrade(dib, static_cast<int>(direction));
 }
 
 // (end of zone copy, depth conversion, canonical check)

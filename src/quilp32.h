@@ -170,6 +170,42 @@ QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
                             char const* const* names, char const* const* values,
                             tagRect32 const* rect, tagPoint32 const* origin);
 
+/* Keyed-parameter depth change of the clamped zone, placed like DibCopyZoneEx. The route
+   depends on the source depth and `depth`:
+     same depth            - exactly DibCopyZoneEx;
+     1 from 8, 24 or 32    - binarization (DibBinarizeEx with p1, p2, p3, count, the lists,
+                             rect and origin), whose status is returned;
+     8 from 24 or 32       - colour-weighted grey with equal weights (DibSuppressColorsEx with
+                             the same arguments), whose status is returned;
+     1 -> 8, 24, 32; 8 -> 24, 32; 24 -> 32; 32 -> 24 - direct conversion: a set bit becomes
+                             white (255 in every channel) and a clear bit black; grey is
+                             replicated into blue, green and red (an 8-bit palette is not
+                             read); 32 -> 24 drops the fourth byte; every 32-bit result has
+                             its fourth byte 0.
+   The lists are not read by the conversion itself. Codes as DibCopyZoneEx; a depth other than
+   1, 8, 24 or 32 gives -1. Until the binarization and colour-weighted grey exports are
+   present their two routes return -4. */
+QUILP_API int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2,
+                                int p3, int count, char const* const* names,
+                                char const* const* values, tagRect32 const* rect,
+                                tagPoint32 const* origin);
+
+/* Row order demanded by DibIsCanonical; any other value demands none. */
+enum DibDirection { DibDirectionBottomUp = 1, DibDirectionTopDown = 2 };
+/* Grades a record obtained elsewhere against the form the operations expect, reading only its
+   header and palette:
+     -1 null record;
+      0 canonical: 40-byte header, one plane, non-negative resolutions, uncompressed, 1..65535
+        pixels each way, biSizeImage 0 or exact, the demanded row order, and depth 1 (palette
+        black, white; 0 or 2 colours), 8 (the grey ramp; 0 or 256 colours) or 24 (no palette);
+      1 well formed and supported but not canonical (row order, palette or colour count);
+      2 malformed (planes, negative resolution, unknown compression, a side of 0 or less,
+        wrong biSizeImage);
+      3 a kind the library does not handle (another header size, compressed, a side above
+        65535, any other depth - 32 bits included).
+   The first failing check, in the order listed, decides. */
+QUILP_API int DibIsCanonical(DibInfo const* dib, DibDirection direction);
+
 /* (end of zone copy, depth conversion, canonical check) */
 
 
