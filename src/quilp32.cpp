@@ -213,17 +213,13 @@ bool DifferDepthAndMethod(int depth, int method, DifferLines const& lines) {
   return true;
 }
 
-DifferRule MakeDifferRule(int depth, SDibDifferSetup const& setup) {
-  DifferRule rule;
-  rule.method = setup.method;
+DifferRule DifferRuleFor(int depth, SDibDifferSetup const& setup) {
   if (depth == 8) {
     int64_t const o = (int64_t(setup.offset0) + setup.offset1 + setup.offset2 + 1) / 3 + setup.offset;
-    rule.offset[0] = rule.offset[1] = rule.offset[2] = BoundDifferOffset(o);
-  } else {
-    int32_t const channel[3] = {setup.offset0, setup.offset1, setup.offset2};
-    for (int k = 0; k < 3; ++k) rule.offset[k] = BoundDifferOffset(int64_t(channel[k]) + setup.offset);
+    return MakeDifferRule(o, o, o, setup.method);
   }
-  return rule;
+  return MakeDifferRule(int64_t(setup.offset0) + setup.offset, int64_t(setup.offset1) + setup.offset,
+                        int64_t(setup.offset2) + setup.offset, setup.method);
 }
 
 // The rectangle as given, or the whole image.
@@ -267,7 +263,7 @@ int DibDiffer(DibInfo*& out, DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstR
   if (refArea.height == 0) return 1;
   DibDifferImage(MakeView(out, Area{0, 0, refArea.width, refArea.height}),
                  TestView(pTstDib, testArea, refArea), MakeView(pEtaDib, refArea), depth / 8,
-                 MakeDifferRule(depth, setup));
+                 DifferRuleFor(depth, setup));
   return 1;
 }
 
@@ -283,7 +279,7 @@ int64_t DibDiffer(DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstRect, tagRec
   int64_t const limit = static_cast<int64_t>(uint64_t(uint32_t(setup.stopLimitHigh)) << 32 |
                                              uint32_t(setup.stopLimitLow));
   return DibDifferSum(TestView(pTstDib, testArea, refArea), MakeView(pEtaDib, refArea), depth / 8,
-                      MakeDifferRule(depth, setup), limit);
+                      DifferRuleFor(depth, setup), limit);
 }
 
 bool DibComputeVariance(DibInfo* dib, tagRect32* rect, double* const result) {

@@ -218,8 +218,10 @@ TEST(Differ, StopLimit) {
 // Vector row kernels against the scalar ones: awkward lengths, every offset phase.
 TEST(Differ, VectorKernelsEqualScalar) {
   std::mt19937 rng(3);
-  quilp::DifferRule const rules[] = {{{0, 0, 0}, 0}, {{0, 0, 0}, 1}, {{5, 5, 5}, 0},
-                                     {{-7, 300, 0}, 1}, {{-510, 510, 1}, 0}, {{2, -2, 0}, 1}};
+  quilp::DifferRule const rules[] = {
+      quilp::MakeDifferRule(0, 0, 0, 0),     quilp::MakeDifferRule(0, 0, 0, 1),
+      quilp::MakeDifferRule(5, 5, 5, 0),     quilp::MakeDifferRule(-7, 300, 0, 1),
+      quilp::MakeDifferRule(-510, 510, 1, 0), quilp::MakeDifferRule(2, -2, 0, 1)};
   auto const& scalar = quilp::DifferKernelsScalar();
   for (Tier tier : VectorTiers()) {
     auto const& vec = tier == Tier::kAvx2 ? quilp::DifferKernelsAvx2() : quilp::DifferKernelsSse41();

@@ -9,6 +9,22 @@
 
 namespace quilp {
 
+DifferRule MakeDifferRule(int64_t o0, int64_t o1, int64_t o2, int method) {
+  auto bound = [](int64_t o) {
+    return static_cast<int16_t>(o < -kDifferOffsetBound ? -kDifferOffsetBound
+                                : o > kDifferOffsetBound ? kDifferOffsetBound
+                                                         : o);
+  };
+  DifferRule rule;
+  rule.offset[0] = bound(o0);
+  rule.offset[1] = bound(o1);
+  rule.offset[2] = bound(o2);
+  rule.method = method;
+  rule.zeroOffsets = rule.offset[0] == 0 && rule.offset[1] == 0 && rule.offset[2] == 0;
+  for (int i = 0; i < kDifferPatternLength; ++i) rule.pattern[i] = rule.offset[i % 3];
+  return rule;
+}
+
 void DifferImageBytes(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t begin,
                       std::ptrdiff_t end, DifferRule const& rule) {
   int k = static_cast<int>(begin % 3);

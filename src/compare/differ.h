@@ -16,17 +16,19 @@ enum DifferMethod : int { kDifferAbsolute = 0, kDifferOneSided = 1 };
 
 // Offsets lie in -510..510: beyond that every difference is already 0 or 255 (|t - e| <= 255),
 // so any offset is first brought into the range, where d fits 16-bit lanes.
+constexpr int kDifferOffsetBound = 510;
+constexpr int kDifferPatternLength = 64;
+
 struct DifferRule {
   int16_t offset[3];
   int method;
+  bool zeroOffsets;
+  // offset[i % 3] for i < 64: vector kernels load the offsets of their lanes from here.
+  int16_t pattern[kDifferPatternLength];
 };
 
-constexpr int kDifferOffsetBound = 510;
-inline int16_t BoundDifferOffset(int64_t offset) {
-  return static_cast<int16_t>(offset < -kDifferOffsetBound ? -kDifferOffsetBound
-                              : offset > kDifferOffsetBound ? kDifferOffsetBound
-                                                            : offset);
-}
+// The rule for byte offsets o0, o1, o2 (brought into range) and a method.
+DifferRule MakeDifferRule(int64_t o0, int64_t o1, int64_t o2, int method);
 
 // The difference of one byte: the definition every kernel matches.
 inline int Difference(int t, int e, int offset, int method) {
@@ -39,6 +41,12 @@ inline int Difference(int t, int e, int offset, int method) {
 void DifferImageBytes(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t begin,
                       std::ptrdiff_t end, DifferRule const& rule);
 uint64_t DifferSumBytes(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin,
+                        std::ptrdiff_t end, DifferRule const& rule);
+
+// The SSE4.1 kernels on bytes begin..end-1 of a row (the AVX2 kernels finish rows with these).
+void DifferImageSse41(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t begin,
+                      std::ptrdiff_t end, DifferRule const& rule);
+uint64_t DifferSumSse41(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin,
                         std::ptrdiff_t end, DifferRule const& rule);
 
 // Row kernels of the family; vector tables must equal the scalar one exactly.

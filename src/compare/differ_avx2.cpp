@@ -11,21 +11,18 @@
 namespace quilp {
 namespace {
 
+// Offsets of the lanes for each phase, loaded from the rule's repeating pattern.
 struct Offsets {
   __m256i lo[3], hi[3];
-  bool zero;
   explicit Offsets(DifferRule const& r) {
-    zero = r.offset[0] == 0 && r.offset[1] == 0 && r.offset[2] == 0;
+    if (r.zeroOffsets) return;  // the byte path reads none
+    auto pair = [&](int a, int b) {
+      return _mm256_set_m128i(_mm_loadu_si128(reinterpret_cast<__m128i const*>(r.pattern + b)),
+                              _mm_loadu_si128(reinterpret_cast<__m128i const*>(r.pattern + a)));
+    };
     for (int p = 0; p < 3; ++p) {
-      alignas(32) int16_t l[16], h[16];
-      for (int j = 0; j < 8; ++j) {
-        l[j] = r.offset[(p + j) % 3];
-        l[8 + j] = r.offset[(p + 16 + j) % 3];
-        h[j] = r.offset[(p + 8 + j) % 3];
-        h[8 + j] = r.offset[(p + 24 + j) % 3];
-      }
-      lo[p] = _mm256_load_si256(reinterpret_cast<__m256i const*>(l));
-      hi[p] = _mm256_load_si256(reinterpret_cast<__m256i const*>(h));
+      lo[p] = pair(p, p + 16);
+      hi[p] = pair(p + 8, p + 24);
     }
   }
 };
@@ -60,7 +57,7 @@ void ImageRowT(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t 
   for (; i + 32 <= bytes; i += 32, phase = NextPhase(phase))
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
                         Step<kAbsolute, kZero>(t + i, e + i, o, phase));
-  DifferImageBytes(t, e, out, i, bytes, rule);
+  DifferImageSse41(t, e, out, i, bytes, rule);  // the last 0..31 bytes
 }
 
 template <bool kAbsolute, bool kZero>
@@ -74,21 +71,26 @@ uint64_t SumRowT(uint8_t const* t, uint8_t const* e, std::ptrdiff_t bytes, Diffe
     acc = _mm256_add_epi64(acc, _mm256_sad_epu8(Step<kAbsolute, kZero>(t + i, e + i, o, phase), z));
   __m128i const half = _mm_add_epi64(_mm256_castsi256_si128(acc), _mm256_extracti128_si256(acc, 1));
   uint64_t const vec = uint64_t(_mm_cvtsi128_si64(half)) + uint64_t(_mm_extract_epi64(half, 1));
-  return vec + DifferSumBytes(t, e, i, bytes, rule);
+  return vec + DifferSumSse41(t, e, i, bytes, rule);  // the last 0..31 bytes
 }
 
 void ImageRow(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t bytes,
               DifferRule const& rule) {
   Offsets const o(rule);
   bool const abs = rule.method == kDifferAbsolute;
-  if (o.zero) abs ? ImageRowT<true, true>(t, e, out, bytes, rule, o) : ImageRowT<false, true>(t, e, out, bytes, rule, o);
-  else abs ? ImageRowT<true, false>(t, e, out, bytes, rule, o) : ImageRowT<false, false>(t, e, out, bytes, rule, o);
+  if (rule.zeroOffsets) {
+    abs ? ImageRowT<true, true>(t, e, out, bytes, rule, o)
+        : ImageRowT<false, true>(t, e, out, bytes, rule, o);
+  } else {
+    abs ? ImageRowT<true, false>(t, e, out, bytes, rule, o)
+        : ImageRowT<false, false>(t, e, out, bytes, rule, o);
+  }
 }
 
 uint64_t SumRow(uint8_t const* t, uint8_t const* e, std::ptrdiff_t bytes, DifferRule const& rule) {
   Offsets const o(rule);
   bool const abs = rule.method == kDifferAbsolute;
-  if (o.zero) return abs ? SumRowT<true, true>(t, e, bytes, rule, o) : SumRowT<false, true>(t, e, bytes, rule, o);
+  if (rule.zeroOffsets) return abs ? SumRowT<true, true>(t, e, bytes, rule, o) : SumRowT<false, true>(t, e, bytes, rule, o);
   return abs ? SumRowT<true, false>(t, e, bytes, rule, o) : SumRowT<false, false>(t, e, bytes, rule, o);
 }
 

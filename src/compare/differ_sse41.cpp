@@ -12,19 +12,14 @@
 namespace quilp {
 namespace {
 
+// Offsets of the lanes for each phase, loaded from the rule's repeating pattern.
 struct Offsets {
   __m128i lo[3], hi[3];  // phase p: lanes of bytes 0..7 and 8..15 of a step
-  bool zero;
   explicit Offsets(DifferRule const& r) {
-    zero = r.offset[0] == 0 && r.offset[1] == 0 && r.offset[2] == 0;
+    if (r.zeroOffsets) return;  // the byte path reads none
     for (int p = 0; p < 3; ++p) {
-      alignas(16) int16_t l[8], h[8];
-      for (int j = 0; j < 8; ++j) {
-        l[j] = r.offset[(p + j) % 3];
-        h[j] = r.offset[(p + 8 + j) % 3];
-      }
-      lo[p] = _mm_load_si128(reinterpret_cast<__m128i const*>(l));
-      hi[p] = _mm_load_si128(reinterpret_cast<__m128i const*>(h));
+      lo[p] = _mm_loadu_si128(reinterpret_cast<__m128i const*>(r.pattern + p));
+      hi[p] = _mm_loadu_si128(reinterpret_cast<__m128i const*>(r.pattern + p + 8));
     }
   }
 };
@@ -48,44 +43,60 @@ inline __m128i Step(uint8_t const* t, uint8_t const* e, Offsets const& o, int ph
 }
 
 template <bool kAbsolute, bool kZero>
-void ImageRowT(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t bytes,
-               DifferRule const& rule, Offsets const& o) {
-  std::ptrdiff_t i = 0;
-  int phase = 0;
-  for (; i + 16 <= bytes; i += 16, phase = phase == 2 ? 0 : phase + 1)
+void ImageRange(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t begin,
+                std::ptrdiff_t end, DifferRule const& rule) {
+  Offsets const o(rule);
+  std::ptrdiff_t i = begin;
+  int phase = static_cast<int>(begin % 3);
+  for (; i + 16 <= end; i += 16, phase = phase == 2 ? 0 : phase + 1)
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), Step<kAbsolute, kZero>(t + i, e + i, o, phase));
-  DifferImageBytes(t, e, out, i, bytes, rule);
+  DifferImageBytes(t, e, out, i, end, rule);
 }
 
 template <bool kAbsolute, bool kZero>
-uint64_t SumRowT(uint8_t const* t, uint8_t const* e, std::ptrdiff_t bytes, DifferRule const& rule,
-                 Offsets const& o) {
+uint64_t SumRange(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin, std::ptrdiff_t end,
+                  DifferRule const& rule) {
+  Offsets const o(rule);
   __m128i acc = _mm_setzero_si128();
   __m128i const z = _mm_setzero_si128();
-  std::ptrdiff_t i = 0;
-  int phase = 0;
-  for (; i + 16 <= bytes; i += 16, phase = phase == 2 ? 0 : phase + 1)
+  std::ptrdiff_t i = begin;
+  int phase = static_cast<int>(begin % 3);
+  for (; i + 16 <= end; i += 16, phase = phase == 2 ? 0 : phase + 1)
     acc = _mm_add_epi64(acc, _mm_sad_epu8(Step<kAbsolute, kZero>(t + i, e + i, o, phase), z));
   uint64_t const vec = uint64_t(_mm_cvtsi128_si64(acc)) + uint64_t(_mm_extract_epi64(acc, 1));
-  return vec + DifferSumBytes(t, e, i, bytes, rule);
+  return vec + DifferSumBytes(t, e, i, end, rule);
 }
 
 void ImageRow(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t bytes,
               DifferRule const& rule) {
-  Offsets const o(rule);
-  bool const abs = rule.method == kDifferAbsolute;
-  if (o.zero) abs ? ImageRowT<true, true>(t, e, out, bytes, rule, o) : ImageRowT<false, true>(t, e, out, bytes, rule, o);
-  else abs ? ImageRowT<true, false>(t, e, out, bytes, rule, o) : ImageRowT<false, false>(t, e, out, bytes, rule, o);
+  DifferImageSse41(t, e, out, 0, bytes, rule);
 }
 
 uint64_t SumRow(uint8_t const* t, uint8_t const* e, std::ptrdiff_t bytes, DifferRule const& rule) {
-  Offsets const o(rule);
-  bool const abs = rule.method == kDifferAbsolute;
-  if (o.zero) return abs ? SumRowT<true, true>(t, e, bytes, rule, o) : SumRowT<false, true>(t, e, bytes, rule, o);
-  return abs ? SumRowT<true, false>(t, e, bytes, rule, o) : SumRowT<false, false>(t, e, bytes, rule, o);
+  return DifferSumSse41(t, e, 0, bytes, rule);
 }
 
 }  // namespace
+
+void DifferImageSse41(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t begin,
+                      std::ptrdiff_t end, DifferRule const& rule) {
+  bool const abs = rule.method == kDifferAbsolute;
+  if (rule.zeroOffsets) {
+    abs ? ImageRange<true, true>(t, e, out, begin, end, rule)
+        : ImageRange<false, true>(t, e, out, begin, end, rule);
+  } else {
+    abs ? ImageRange<true, false>(t, e, out, begin, end, rule)
+        : ImageRange<false, false>(t, e, out, begin, end, rule);
+  }
+}
+
+uint64_t DifferSumSse41(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin,
+                        std::ptrdiff_t end, DifferRule const& rule) {
+  bool const abs = rule.method == kDifferAbsolute;
+  if (rule.zeroOffsets)
+    return abs ? SumRange<true, true>(t, e, begin, end, rule) : SumRange<false, true>(t, e, begin, end, rule);
+  return abs ? SumRange<true, false>(t, e, begin, end, rule) : SumRange<false, false>(t, e, begin, end, rule);
+}
 
 DifferKernels const& DifferKernelsSse41() {
   static DifferKernels const table = {ImageRow, SumRow};

@@ -3,6 +3,7 @@
 // The SSE4.1 scheme on 256-bit registers: SAD for sums of values, 16-bit pairwise products
 // into 32-bit lanes for squares and products. Colour rows are split into planes of 32 bytes
 // (pixels 0..15 in the low lane, 16..31 in the high lane; the order does not matter to sums).
+// The last 0..31 pixels of a row go through the SSE4.1 kernel.
 #include <immintrin.h>
 
 #include "compare/statistics.h"
@@ -45,6 +46,12 @@ inline uint32_t Sum32(__m256i v) {
          uint32_t(_mm_extract_epi32(h, 2)) + uint32_t(_mm_extract_epi32(h, 3));
 }
 
+// The last 0..31 pixels of a row go through the SSE4.1 kernel; row sums add modulo 2^32.
+template <int kCount>
+inline void AddRest(uint32_t* sums, uint32_t const (&rest)[kCount]) {
+  for (int k = 0; k < kCount; ++k) sums[k] += rest[k];
+}
+
 inline __m256i Load(uint8_t const* p) { return _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p)); }
 
 void GreyRow(uint8_t const* p, int width, uint32_t sums[2]) {
@@ -53,7 +60,9 @@ void GreyRow(uint8_t const* p, int width, uint32_t sums[2]) {
   for (; i + 32 <= width; i += 32) AddSquares(Load(p + i), a);
   sums[0] = Sum64(a.s);
   sums[1] = Sum32(a.q);
-  GreySumsFrom(p, i, width, sums);
+  uint32_t rest[2];
+  StatKernelsSse41().grey(p + i, width - i, rest);
+  AddRest(sums, rest);
 }
 
 void ColourRow(uint8_t const* p, int width, uint32_t sums[6]) {
@@ -68,7 +77,9 @@ void ColourRow(uint8_t const* p, int width, uint32_t sums[6]) {
     sums[c] = Sum64(a[c].s);
     sums[3 + c] = Sum32(a[c].q);
   }
-  ColourSumsFrom(p, i, width, sums);
+  uint32_t rest[6];
+  StatKernelsSse41().colour(p + 3 * std::ptrdiff_t(i), width - i, rest);
+  AddRest(sums, rest);
 }
 
 void GreyCrossRow(uint8_t const* x, uint8_t const* y, int width, uint32_t sums[3]) {
@@ -78,7 +89,9 @@ void GreyCrossRow(uint8_t const* x, uint8_t const* y, int width, uint32_t sums[3
   sums[0] = Sum64(a.s);
   sums[1] = Sum64(b.s);
   sums[2] = Sum32(b.q);
-  GreyCrossFrom(x, y, i, width, sums);
+  uint32_t rest[3];
+  StatKernelsSse41().greyCross(x + i, y + i, width - i, rest);
+  AddRest(sums, rest);
 }
 
 void ColourCrossRow(uint8_t const* x, uint8_t const* y, int width, uint32_t sums[9]) {
@@ -95,7 +108,9 @@ void ColourCrossRow(uint8_t const* x, uint8_t const* y, int width, uint32_t sums
     sums[3 + c] = Sum64(b[c].s);
     sums[6 + c] = Sum32(b[c].q);
   }
-  ColourCrossFrom(x, y, i, width, sums);
+  uint32_t rest[9];
+  StatKernelsSse41().colourCross(x + 3 * std::ptrdiff_t(i), y + 3 * std::ptrdiff_t(i), width - i, rest);
+  AddRest(sums, rest);
 }
 
 }  // namespace
