@@ -198,6 +198,37 @@ int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2
 
 // ---- Colour suppression and the depth decision ------------------------------------
 
+#include "colour/colour_dropout.h"
+
+namespace {
+
+// The frame of the dropouts: 24-bit source, exact-fit rectangle, a new 8-bit result.
+template <class Kernel>
+DibInfo* Dropout(DibInfo* src, tagRect32 const* rect, Kernel kernel) {
+  if (!src || src->BitsPerPixel() != 24) return nullptr;
+  Area area;
+  if (!ExactFitRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 8));
+  if (!result || !kernel(MakeView(result.get()), MakeView(src, area))) return nullptr;
+  return result.release();
+}
+
+}  // namespace
+
+DibInfo* DibSupressColor(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect) {
+  return Dropout(src, rect, [colour](DibView const& dst, DibView const& from) {
+    return DibSuppressOneColor(dst, from, colour ? *colour : nullptr);
+  });
+}
+
+DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
+                          int dropCount, unsigned char const (*drop)[3], tagRect32* rect) {
+  return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
+    return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
+  });
+}
+
 // (end of colour suppression and the depth decision)
 
 

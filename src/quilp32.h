@@ -245,6 +245,32 @@ QUILP_API int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int 
 
 
 /* ---- Colour suppression and the depth decision --------------------------------- */
+/*
+ * Colour dropout works in darkness space, 255 minus each byte, where paper white is the origin
+ * and ink points away from it. Sources are 24-bit (blue, green, red); colours are three bytes
+ * in the same order. Results are new 8-bit grey records of the rectangle under the exact-fit
+ * rule, with the source's resolutions; 255 is white. Null on a null or non-24-bit source, a
+ * rejected rectangle, an allocation failure, or the colour failures named below.
+ */
+/* Removes one colour by a linear projection: each pixel's darkness is taken along the grey
+   axis with its component along the colour's darkness removed, in 16.16 fixed point, and
+   divided into 255 steps of q = w0 + w1 + w2 + 1 (the weights' sum plus one, truncating):
+   out = 255 - (w . (255 - b)) / q, clamped. The colour itself and white give 255; black gives
+   1, never 0 (deliberately: the divisor keeps one level). Null for a null colour, white or any
+   neutral grey (no direction is left). */
+QUILP_API DibInfo* DibSupressColor(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect);
+/* Keeps the darkness of pixels near the kept colours and whitens pixels near the suppressed
+   ones. Per pixel, with p its darkness, L = |p|^2, A = max(0, largest p . unit(kept colour)),
+   B = the same over the suppressed colours (0 when there are none):
+     sinKeep = sqrt(max(0, 1 - A^2 / L)), sinDrop = sqrt(max(0, 1 - B^2 / L)),
+     weight = sinDrop / (sinKeep + sinDrop) (sinDrop when the sum is 0),
+     out = 255 - min(255, (int)(A * weight + 0.5)); white pixels stay 255.
+   So a pixel along a kept colour keeps its darkness A and one along a suppressed colour turns
+   white. Null when keepCount < 1, dropCount < 0, either array is null (drop too, even when
+   dropCount is 0) or any colour is white. */
+QUILP_API DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
+                                    int dropCount, unsigned char const (*drop)[3],
+                                    tagRect32* rect);
 
 /* (end of colour suppression and the depth decision) */
 
