@@ -316,10 +316,102 @@ bool DibComputeCovariance(DibInfo* dib1, tagRect32* rect1, DibInfo* dib2, tagRec
 
 // ---- Otsu thresholds and binarization ---------------------------------------------
 
+#include "binarize/binarize_ex.h"
+#include "binarize/grey_area.h"
+#include "binarize/otsu.h"
+#include "binarize/otsu_binarize.h"
+#include "binarize/threshold.h"
+
+bool DibGetOtsuLevels(int* levels, DibInfo* dib, int count, tagRect32* rect) {
+  if (!dib || !levels || (count != 2 && count != 3)) return false;
+  GreyArea grey;
+  if (!grey.Open(dib, rect, ClampRect)) return false;
+  return DibViewOtsuLevels(levels, grey.view(), count, false) != 0;
+}
+
+DibInfo* DibBinarizeSimple(DibInfo* dib, int threshold, bool invert, tagRect32* rect) {
+  if (!dib || dib->BitsPerPixel() != 8) return nullptr;
+  Area area;
+  if (!ExactFitRect(dib, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, dib->XPelsPerMeter(),
+                                         dib->YPelsPerMeter(), 1));
+  if (!result ||
+      !DibThresholdView(MakeView(result.get()), MakeView(dib, area),
+                        static_cast<uint8_t>(threshold), invert))
+    return nullptr;
+  return result.release();
+}
+
+namespace {
+
+DibInfo* OtsuBinarization(DibInfo* dib, int classes, int from, int to, bool invert,
+                          tagRect32 const* rect, bool ignoreExtremes) {
+  if (!dib || !OtsuBandArgsValid(classes, from, to)) return nullptr;
+  GreyArea grey;
+  if (!grey.Open(dib, rect, ExactFitRect)) return nullptr;
+  DibView const& src = grey.view();
+  DibHolder result(DibCreateForOverwrite(src.width, src.height, dib->XPelsPerMeter(),
+                                         dib->YPelsPerMeter(), 1));
+  if (!result ||
+      !DibOtsuBinarizeView(MakeView(result.get()), src, classes, from, to, invert,
+                           ignoreExtremes))
+    return nullptr;
+  return result.release();
+}
+
+}  // namespace
+
+DibInfo* DibBinarizeOtsu(DibInfo* dib, int classes, int from, int to, bool invert,
+                         tagRect32* rect) {
+  return OtsuBinarization(dib, classes, from, to, invert, rect, false);
+}
+
+DibInfo* DibBinarizeOtsuR(DibInfo* dib, int classes, int from, int to, bool invert,
+                          tagRect32* rect) {
+  return OtsuBinarization(dib, classes, from, to, invert, rect, true);
+}
+
+int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2, int count,
+                  char const* const* names, char const* const* values, tagRect32 const* rect,
+                  tagPoint32 const* origin) {
+  return BinarizeEx(dest, src, method, p1, p2, count, names, values, rect, origin);
+}
+
 // (end of otsu thresholds and binarization)
 
 
 // ---- Colour suppression and the depth decision ------------------------------------
+
+#include "colour/colour_dropout.h"
+
+namespace {
+
+// The frame of the dropouts: 24-bit source, exact-fit rectangle, a new 8-bit result.
+template <class Kernel>
+DibInfo* Dropout(DibInfo* src, tagRect32 const* rect, Kernel kernel) {
+  if (!src || src->BitsPerPixel() != 24) return nullptr;
+  Area area;
+  if (!ExactFitRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 8));
+  if (!result || !kernel(MakeView(result.get()), MakeView(src, area))) return nullptr;
+  return result.release();
+}
+
+}  // namespace
+
+DibInfo* DibSupressColor(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect) {
+  return Dropout(src, rect, [colour](DibView const& dst, DibView const& from) {
+    return DibSuppressOneColor(dst, from, colour ? *colour : nullptr);
+  });
+}
+
+DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
+                          int dropCount, unsigned char const (*drop)[3], tagRect32* rect) {
+  return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
+    return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
+  });
+}
 
 // (end of colour suppression and the depth decision)
 
