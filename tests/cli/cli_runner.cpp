@@ -30,9 +30,9 @@ void WriteFile(std::string const& name, std::string const& bytes) {
 }
 
 Outcome Quilp(std::string const& args) {
-  // Per-process capture files: tests of this binary may run side by side.
-  std::string const tag = std::to_string(getpid());
-  std::string const out = WorkPath("stdout-" + tag + ".txt"), err = WorkPath("stderr-" + tag + ".txt");
+  // ctest runs tests in parallel processes sharing the work folder: one capture per process.
+  std::string const id = std::to_string(getpid());
+  std::string const out = WorkPath("stdout-" + id + ".txt"), err = WorkPath("stderr-" + id + ".txt");
   std::string const cmd = std::string("cd '") + QUILP_CLI_WORK + "' && '" + QUILP_TOOL + "' " +
                           args + " >'" + out + "' 2>'" + err + "'";
   int const raw = std::system(cmd.c_str());
