@@ -67,6 +67,10 @@ TEST(CliBinarize, OtsuPrintsLevelsAndBinarizeWritesOneBit) {
   }
   Outcome info = Quilp("info bw.bmp");
   EXPECT_NE(info.out.find("40 x 30"), std::string::npos) << info.out;
+  Outcome convert = Quilp("convert two-levels-colour.bmp bw-converted.bmp --depth 1");
+  ASSERT_EQ(convert.status, 0) << convert.err;
+  Outcome converted = Quilp("info bw-converted.bmp");
+  EXPECT_NE(converted.out.find("1 bits per pixel"), std::string::npos) << converted.out;
 }
 
 TEST(CliBinarize, BadOptionsGiveOneLine) {
