@@ -31,7 +31,7 @@ struct DifferRule {
 DifferRule MakeDifferRule(int64_t o0, int64_t o1, int64_t o2, int method);
 
 // The difference of one byte: the definition every kernel matches.
-inline int Difference(int t, int e, int offset, int method) {
+static inline int Difference(int t, int e, int offset, int method) {
   int const d = t + offset - e;
   int const v = method == kDifferAbsolute ? (d < 0 ? -d : d) : (d < 0 ? 0 : d);
   return v > 255 ? 255 : v;
