@@ -92,6 +92,7 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 // ---- Colour suppression and the depth decision ------------------------------------
 
 #include "colour/colour_dropout.h"
+#include "colour/grey_mix.h"
 
 namespace {
 
@@ -120,6 +121,44 @@ DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*kee
   return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
     return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
   });
+}
+
+int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
+                        unsigned char const (*colours)[3], int hSize, int vSize, int lvl0,
+                        int lvl1, int lvl2, int count, char const* const* names,
+                        char const* const* values, tagRect32 const* rect,
+                        tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  CDibFlowControl frame;
+  frame.SetParams(count, names, values);
+  int mulB = 0, mulG = 0, mulR = 0, mulS = 0;
+  frame.GetIntParam(&hSize, "hSize", hSize);
+  frame.GetIntParam(&vSize, "vSize", vSize);
+  frame.GetIntParam(&mulB, "mulB", 85);
+  frame.GetIntParam(&mulG, "mulG", 85);
+  frame.GetIntParam(&mulR, "mulR", 85);
+  int64_t const sum = int64_t(mulB) + mulG + mulR;
+  frame.GetIntParam(&mulS, "mulS", sum > 0 && sum <= INT32_MAX ? int(sum) : 0);
+  frame.GetIntParam(&lvl0, "lvl0", lvl0);
+  frame.GetIntParam(&lvl1, "lvl1", lvl1);
+  frame.GetIntParam(&lvl2, "lvl2", lvl2);
+  GreyMix mix;
+  if (colourCount < 0 || (colourCount > 0 && !colours) || hSize < 0 || vSize < 0 ||
+      !SetWeights(mulB, mulG, mulR, mulS, mix) || !MakeLevels(lvl0, lvl1, lvl2, mix))
+    frame.Fail(kDibInvalid);
+  if (hSize != 0 || vSize != 0) frame.Fail(kDibNotProvided);  // paper flattening: reserved
+  int const depth = src->BitsPerPixel();
+  if (depth != 24 && depth != 32) frame.Fail(kDibInvalid);
+  DibPlane in, out;
+  frame.AddSource(&in, src, depth, rect);
+  frame.AddTarget(&out, dest, 8, origin);
+  if (frame.GetStatus() != kDibOk) return frame.GetStatus();
+  auto* units = static_cast<double*>(frame.Scratch(sizeof(double) * 3 * std::size_t(colourCount)));
+  if (!units) return frame.GetStatus();
+  mix.drop = units;
+  mix.dropCount = ChromaticUnits(colours, colourCount, units);
+  DibGreyMix(out, in, mix);
+  return frame.SetSuccess(true);
 }
 
 // (end of colour suppression and the depth decision)

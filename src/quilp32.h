@@ -191,6 +191,38 @@ QUILP_API DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char c
                                     int dropCount, unsigned char const (*drop)[3],
                                     tagRect32* rect);
 
+/*
+ * Keyed colour-to-grey conversion: 24- or 32-bit source (blue, green, red first; a fourth byte
+ * is ignored), 8-bit result of the source rectangle (clamping rule) placed at `origin` of
+ * `dest` (see the keyed-parameter conventions above). Three stages, each off by default:
+ *  1. Weighted grey: g = round((mulB * blue + mulG * green + mulR * red) / mulS), halves
+ *     upward, clamped to 0..255. Keys mulB, mulG, mulR (default 85 each) and mulS (default
+ *     their sum; it must come out positive). The defaults give the equal-thirds grey.
+ *  2. Dropout of the reference colours (colourCount colours of three bytes, blue first). A
+ *     neutral colour (three equal bytes: white, the greys, black) has no hue to tell it from
+ *     the text and is ignored, so (85,85,85) and (0,0,0) leave the weighted grey as it is.
+ *     For the others, with sinKeep the sine of the angle between the pixel's darkness
+ *     (255 - each byte) and the grey axis and sinDrop the smallest sine of its angle to a
+ *     dropout colour: a pixel no closer in angle to a dropout colour than to the grey axis
+ *     keeps its grey; a closer one keeps the share sinDrop / sinKeep of its darkness,
+ *     g = 255 - (int)((255 - g) * sinDrop / sinKeep + 0.5), so a pixel along a dropout
+ *     colour turns white.
+ *  3. Levels (keys and arguments lvl0, lvl1, lvl2): black point lvl0 (0..254), white point
+ *     lvl1 (0 stands for 255), mid-tone lvl2 (0: linear; else the input level, strictly
+ *     between the two points, that becomes about 128). With t = (g - lvl0) / (lvl1 - lvl0)
+ *     clamped to 0..1: out = round(255 t), or (int)(255 t^gamma + 0.5) with
+ *     gamma = ln 0.5 / ln((lvl2 - lvl0) / (lvl1 - lvl0)). Zeros leave the levels unchanged.
+ * hSize and vSize (keys and arguments) are reserved for paper flattening: 0 is required
+ * (negative gives -1, positive -4, not provided).
+ * Returns 0, or -1 for a null source, a depth other than 24 or 32, an empty rectangle, a
+ * negative colourCount, colours null with colourCount > 0, mulS not positive, levels out of
+ * order, an unsuitable dest; -3 when the result cannot be made; the frame's other codes.
+ */
+QUILP_API int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
+                                  unsigned char const (*colours)[3], int hSize, int vSize,
+                                  int lvl0, int lvl1, int lvl2, int count,
+                                  char const* const* names, char const* const* values,
+                                  tagRect32 const* rect, tagPoint32 const* origin);
 /* (end of colour suppression and the depth decision) */
 
 

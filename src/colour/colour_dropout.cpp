@@ -42,7 +42,18 @@ void ColourSetRow(uint8_t const* src, uint8_t* dst, int width, ColourSets const&
   }
 }
 
-// Unit darkness vectors of `count` colours into u; false when a colour is white.
+}  // namespace
+
+DropoutKernels const& DropoutKernelsScalar() {
+  static DropoutKernels const table = {OneColourRow, ColourSetRow};
+  return table;
+}
+
+DropoutKernels const& DropoutKernelsActive() {
+  return simd::Pick(DropoutKernelsScalar(), QUILP_VECTOR_TABLE(DropoutKernelsSse41()),
+                    QUILP_VECTOR_TABLE(DropoutKernelsAvx2()));
+}
+
 bool UnitDarkness(unsigned char const (*colours)[3], int count, double* u) {
   for (int i = 0; i < count; ++i) {
     double const a0 = 255 - colours[i][0], a1 = 255 - colours[i][1], a2 = 255 - colours[i][2];
@@ -54,18 +65,6 @@ bool UnitDarkness(unsigned char const (*colours)[3], int count, double* u) {
     u[3 * i + 2] = a2 * r;
   }
   return true;
-}
-
-}  // namespace
-
-DropoutKernels const& DropoutKernelsScalar() {
-  static DropoutKernels const table = {OneColourRow, ColourSetRow};
-  return table;
-}
-
-DropoutKernels const& DropoutKernelsActive() {
-  return simd::Pick(DropoutKernelsScalar(), QUILP_VECTOR_TABLE(DropoutKernelsSse41()),
-                    QUILP_VECTOR_TABLE(DropoutKernelsAvx2()));
 }
 
 bool MakeOneColourDropout(unsigned char const colour[3], OneColourDropout& t) {
