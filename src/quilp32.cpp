@@ -253,7 +253,10 @@ int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
   if (colourCount < 0 || (colourCount > 0 && !colours) || hSize < 0 || vSize < 0 ||
       !SetWeights(mulB, mulG, mulR, mulS, mix) || !MakeLevels(lvl0, lvl1, lvl2, mix))
     frame.Fail(kDibInvalid);
-  if (hSize != 0 || vSize != 0) frame.Fail(kDibNotProvided);  // paper flattening: reserved
+  if (hSize != 0 || vSize != 0) {  // paper flattening over a hSize x vSize window
+    mix.paperH = hSize / 2;
+    mix.paperV = vSize / 2;
+  }
   int const depth = src->BitsPerPixel();
   if (depth != 24 && depth != 32) frame.Fail(kDibInvalid);
   DibPlane in, out;
@@ -264,8 +267,13 @@ int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
   if (!units) return frame.GetStatus();
   mix.drop = units;
   mix.dropCount = ChromaticUnits(colours, colourCount, units);
-  DibGreyMix(out, in, mix);
-  return frame.SetSuccess(true);
+  DibPlane paper = out;
+  if (mix.paperH >= 0) {
+    paper.stride = out.width;
+    paper.data = static_cast<uint8_t*>(frame.Scratch(std::size_t(out.width) * out.height));
+    if (!paper.data) return frame.GetStatus();
+  }
+  return frame.SetSuccess(DibGreyMix(out, in, mix, &paper));
 }
 
 // (end of colour suppression and the depth decision)

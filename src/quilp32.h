@@ -275,7 +275,8 @@ QUILP_API DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char c
 /*
  * Keyed colour-to-grey conversion: 24- or 32-bit source (blue, green, red first; a fourth byte
  * is ignored), 8-bit result of the source rectangle (clamping rule) placed at `origin` of
- * `dest` (see the keyed-parameter conventions above). Three stages, each off by default:
+ * `dest` (see the keyed-parameter conventions above). Four stages, all but the first off by
+ * default:
  *  1. Weighted grey: g = round((mulB * blue + mulG * green + mulR * red) / mulS), halves
  *     upward, clamped to 0..255. Keys mulB, mulG, mulR (default 85 each) and mulS (default
  *     their sum; it must come out positive). The defaults give the equal-thirds grey.
@@ -288,16 +289,20 @@ QUILP_API DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char c
  *     keeps its grey; a closer one keeps the share sinDrop / sinKeep of its darkness,
  *     g = 255 - (int)((255 - g) * sinDrop / sinKeep + 0.5), so a pixel along a dropout
  *     colour turns white.
- *  3. Levels (keys and arguments lvl0, lvl1, lvl2): black point lvl0 (0..254), white point
+ *  3. Paper flattening (keys and arguments hSize, vSize; 0 and 0: off): the paper level of
+ *     each pixel is the largest grey in the window of (hSize div 2) pixels on each side
+ *     horizontally and (vSize div 2) vertically, cut at the area's borders, and
+ *     g = round(255 g / paper level) (0 where the paper level is 0). A window larger than
+ *     the widest dark stroke turns unevenly lit or yellowed paper white.
+ *  4. Levels (keys and arguments lvl0, lvl1, lvl2): black point lvl0 (0..254), white point
  *     lvl1 (0 stands for 255), mid-tone lvl2 (0: linear; else the input level, strictly
  *     between the two points, that becomes about 128). With t = (g - lvl0) / (lvl1 - lvl0)
  *     clamped to 0..1: out = round(255 t), or (int)(255 t^gamma + 0.5) with
  *     gamma = ln 0.5 / ln((lvl2 - lvl0) / (lvl1 - lvl0)). Zeros leave the levels unchanged.
- * hSize and vSize (keys and arguments) are reserved for paper flattening: 0 is required
- * (negative gives -1, positive -4, not provided).
  * Returns 0, or -1 for a null source, a depth other than 24 or 32, an empty rectangle, a
- * negative colourCount, colours null with colourCount > 0, mulS not positive, levels out of
- * order, an unsuitable dest; -3 when the result cannot be made; the frame's other codes.
+ * negative colourCount, colours null with colourCount > 0, mulS not positive, negative hSize
+ * or vSize, levels out of order, an unsuitable dest; -2 when flattening runs out of memory;
+ * -3 when the result or scratch memory cannot be made; the frame's other codes.
  */
 QUILP_API int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
                                   unsigned char const (*colours)[3], int hSize, int vSize,

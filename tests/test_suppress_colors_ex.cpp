@@ -189,6 +189,53 @@ TEST(SuppressColorsEx, LevelsFromArgumentsAndKeys) {
   for (int v = 1; v < 256; ++v) ASSERT_GE(curved[v], curved[v - 1]);
 }
 
+TEST(SuppressColorsEx, FlatteningDividesByTheLocalPaperLevel) {
+  // Shaded paper with dark strokes and random colour noise.
+  int const w = 41, h = 23;
+  DibPtr src = RandomDib(w, h, 24, false, 31);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      int const paper = 150 + x + y, ink = (x % 9 < 2 || y % 7 == 3) ? 60 : 0;
+      for (int c = 0; c < 3; ++c)
+        Px(src.get(), x, y, c) = uint8_t(paper - ink + Px(src.get(), x, y, c) % 9);
+    }
+  struct Case {
+    int hSize, vSize;
+  };
+  for (Case const c : {Case{7, 5}, Case{0, 3}, Case{4, 0}, Case{1, 1}, Case{99, 99}}) {
+    SCOPED_TRACE(testing::Message() << c.hSize << " x " << c.vSize);
+    tagRect32 rect{2, 1, 38, 20};
+    int const aw = 37, ah = 20, rh = c.hSize / 2, rv = c.vSize / 2;
+    DibInfo* out = nullptr;
+    ASSERT_EQ(Convert(out, src.get(), {}, 0, 0, 0, Keys{}, &rect, nullptr, c.hSize, c.vSize), 0);
+    DibPtr own(out);
+    auto grey = [&](int x, int y) {
+      return Thirds(Px(src.get(), 2 + x, 1 + y, 0), Px(src.get(), 2 + x, 1 + y, 1),
+                    Px(src.get(), 2 + x, 1 + y, 2));
+    };
+    for (int y = 0; y < ah; ++y)
+      for (int x = 0; x < aw; ++x) {
+        int paper = 0;  // brute-force maximum over the window cut at the area's borders
+        for (int v = std::max(0, y - rv); v <= std::min(ah - 1, y + rv); ++v)
+          for (int u = std::max(0, x - rh); u <= std::min(aw - 1, x + rh); ++u)
+            paper = std::max(paper, grey(u, v));
+        int const want = paper == 0 ? 0 : int(std::floor(255.0 * grey(x, y) / paper + 0.5));
+        ASSERT_EQ(Px(out, x, y), want) << x << "," << y;
+      }
+  }
+  // Flattening before the levels map: the levels apply to the flattened grey.
+  DibInfo* both = nullptr;
+  ASSERT_EQ(Convert(both, src.get(), {}, 0, 250, 0, Keys{{"hSize", "9"}, {"vSize", "9"}}), 0);
+  DibPtr own(both);
+  DibInfo* flat = nullptr;
+  ASSERT_EQ(Convert(flat, src.get(), {}, 0, 0, 0, Keys{}, nullptr, nullptr, 9, 9), 0);
+  DibPtr own2(flat);
+  for (int x = 0; x < w; ++x) {
+    int const g = Px(flat, x, 5);
+    EXPECT_EQ(Px(both, x, 5), g >= 250 ? 255 : (2 * 255 * g + 250) / 500) << x;
+  }
+}
+
 TEST(SuppressColorsEx, PlacesTheResultAtThePoint) {
   DibPtr src = RandomDib(10, 6, 32, false, 5);
   DibPtr target = RandomDib(20, 12, 8, true, 6);
@@ -261,8 +308,8 @@ TEST(SuppressColorsEx, FailureCodes) {
        [&](DibInfo*& d) { return Convert(d, src.get(), none, 10, 100, 100, Keys{}); }},
       {"negative hSize", -1,
        [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 0, 0, Keys{{"hSize", "-3"}}); }},
-      {"flattening (reserved)", -4,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 0, 0, Keys{}, nullptr, nullptr, 0, 31); }},
+      {"negative vSize", -1,
+       [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 0, 0, Keys{}, nullptr, nullptr, 3, -1); }},
   };
   for (Case const& c : cases) {
     DibInfo* dest = nullptr;

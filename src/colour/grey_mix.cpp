@@ -11,12 +11,17 @@
 // it turns white, halfway in angle it keeps all. Cost: one dot product per dropout colour and
 // two square roots per pixel, in double.
 //
+// Flattening divides each grey by the paper level around it, the maximum over a window taken
+// with the rectangle dilation (a constant cost per pixel whatever the window), so an unevenly
+// lit or yellowed page comes out with white paper; text keeps its contrast to the paper.
+//
 // The levels map is a 256-entry table built once per call.
 #include "colour/grey_mix.h"
 
 #include <cmath>
 
 #include "colour/colour_dropout.h"
+#include "morph/rect_morph.h"
 
 namespace quilp {
 namespace {
@@ -93,7 +98,9 @@ int ChromaticUnits(unsigned char const (*colours)[3], int count, double* u) {
   return n;
 }
 
-void DibGreyMix(DibPlane const& dst, DibPlane const& src, GreyMix const& mix) {
+bool DibGreyMix(DibPlane const& dst, DibPlane const& src, GreyMix const& mix,
+                DibPlane const* paper) {
+  bool const flatten = mix.paperH >= 0 && paper;
   int const step = BytesPerPixel(src.format);
   double grey[3];
   unsigned char const black[1][3] = {{0, 0, 0}};
@@ -107,9 +114,21 @@ void DibGreyMix(DibPlane const& dst, DibPlane const& src, GreyMix const& mix) {
         double const kept = KeptShare(mix, grey, s[0], s[1], s[2]);
         g = 255 - static_cast<int>((255 - g) * kept + 0.5);
       }
+      d[x] = flatten ? static_cast<uint8_t>(g) : mix.levels[g];
+    }
+  }
+  if (!flatten) return true;
+  if (!MorphRect(*paper, dst, mix.paperH, mix.paperV, MorphOp::kDilate)) return false;
+  for (int y = 0; y < dst.height; ++y) {
+    uint8_t* d = dst.Row(y);
+    uint8_t const* m = paper->Row(y);
+    for (int x = 0; x < dst.width; ++x) {
+      int const level = m[x];  // at least d[x]: the window holds the pixel itself
+      int const g = level == 0 ? 0 : (2 * 255 * d[x] + level) / (2 * level);
       d[x] = mix.levels[g];
     }
   }
+  return true;
 }
 
 }  // namespace quilp

@@ -1,5 +1,6 @@
 // grey_mix.h - the keyed colour-to-grey conversion: a weighted grey of the three bytes, dropout
-// of chromatic reference colours, and a levels map (black point, white point, mid-tone).
+// of chromatic reference colours, paper flattening, and a levels map (black point, white
+// point, mid-tone).
 #pragma once
 
 #include <cstdint>
@@ -14,6 +15,7 @@ struct GreyMix {
   double inverse = 1.0 / 510;     // 1 / (2 divisor)
   double const* drop = nullptr;   // unit darkness vectors of the colours to drop, three each
   int dropCount = 0;
+  int paperH = -1, paperV = -1;   // half sizes of the paper window; -1: no flattening
   uint8_t levels[256];            // the levels map, applied last
 };
 
@@ -34,6 +36,10 @@ bool MakeLevels(int lvl0, int lvl1, int lvl2, GreyMix& mix);
 int ChromaticUnits(unsigned char const (*colours)[3], int count, double* u);
 
 // Converts a 24- or 32-bit plane (blue, green, red first) into an 8-bit plane of the same size.
-void DibGreyMix(DibPlane const& dst, DibPlane const& src, GreyMix const& mix);
+// With flattening, `paper` is an 8-bit scratch plane of that size that receives the local
+// maximum of the grey (the paper level), and each grey g becomes round(255 g / paper), or 0
+// where the paper is 0. False only when the local maximum cannot be taken (no memory).
+bool DibGreyMix(DibPlane const& dst, DibPlane const& src, GreyMix const& mix,
+                DibPlane const* paper);
 
 }  // namespace quilp
