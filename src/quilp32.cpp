@@ -200,6 +200,7 @@ int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2
 
 #include "colour/colour_dropout.h"
 #include "colour/grey_mix.h"
+#include "scale/compress_bits.h"
 
 namespace {
 
@@ -274,6 +275,41 @@ int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
     if (!paper.data) return frame.GetStatus();
   }
   return frame.SetSuccess(DibGreyMix(out, in, mix, &paper));
+}
+
+int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned char chromaLevel,
+                    double colourfulShare, double spreadLimit, tagRect32 const* rect) {
+  result = nullptr;
+  if (!src) return kDibInvalid;
+  Area area;
+  if (!ClampRect(src, rect, area)) return kDibInvalid;
+  tagRect32 zone = {area.left, area.top, area.right(), area.bottom()};
+  // The zone copy and the conversions read the source without changing it.
+  DibInfo* const source = const_cast<DibInfo*>(src);
+  auto copy = [&]() { return DibCopyZone(result, source, &zone) ? 1 : 0; };
+  switch (src->BitsPerPixel()) {
+    case 1:
+      return copy();
+    case 8: {
+      if (!DibGreyLevelsTest(MakeView(src, area), spreadLimit)) return copy();
+      int const code =
+          DibBinarizeEx(result, src, 2, 0, 0, 0, nullptr, nullptr, &zone, nullptr);
+      if (code < 0) result = nullptr;  // a failed call released what it made
+      return code;
+    }
+    case 24: {
+      if (DibColourTest(MakeView(src, area), chromaLevel, colourfulShare)) return copy();
+      unsigned char const references[2][3] = {{85, 85, 85}, {0, 0, 0}};
+      DibInfo* grey = nullptr;
+      int const code = DibSuppressColorsEx(grey, src, 2, references, 0, 0, 0, 0, 0, 0, nullptr,
+                                           nullptr, &zone, nullptr);
+      if (code < 0) return code;
+      DibHolder holder(grey);
+      return DibCompressBits(result, grey, chromaLevel, colourfulShare, spreadLimit, nullptr);
+    }
+    default:
+      return kDibInvalid;
+  }
 }
 
 // (end of colour suppression and the depth decision)

@@ -309,6 +309,29 @@ QUILP_API int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colour
                                   int lvl0, int lvl1, int lvl2, int count,
                                   char const* const* names, char const* const* values,
                                   tagRect32 const* rect, tagPoint32 const* origin);
+/*
+ * The depth decision: copies a zone (clamping rule) at the smallest depth that keeps its
+ * content. `result` is set to the new image (null on failure); whatever it held is not used.
+ *  - 1-bit source: the zone is copied (DibCopyZone).
+ *  - 8-bit source: the grey levels of the zone's local extrema (pixels at least, or at most,
+ *    their four neighbours; a flat pixel counts twice; border pixels are not counted) are
+ *    split in two by Otsu's threshold t. With spread = mean square - squared mean of each
+ *    class, S = spread(0..t-1) / t^2 + spread(t..255) / (256 - t)^2. S < spreadLimit: the
+ *    zone is binarized (DibBinarizeEx, method 2: black below its Otsu threshold); otherwise,
+ *    or when a class is empty (zones under 3 x 3 pixels), copied at 8 bits.
+ *  - 24-bit source: chroma = max(b, g, r) - min(b, g, r). The mean chroma of the most
+ *    colourful pixels - counted from chroma 255 down until they exceed
+ *    K = (int)(pixels * colourfulShare + 0.5), the last level taken whole, or down to chroma
+ *    0 - is compared with chromaLevel: above it, the zone is copied at 24 bits; otherwise it
+ *    becomes equal-thirds grey (DibSuppressColorsEx with defaults) and the decision runs
+ *    again on that grey. So colourfulShare 0 keeps colour for a single pixel more colourful
+ *    than chromaLevel; a negative share always goes to grey.
+ * Returns the chosen operation's result: 1 (copy made) or 0 (copy failed), or the code of
+ * DibBinarizeEx / DibSuppressColorsEx (0 on success, negative on failure); -1 for a null
+ * source, an empty zone or a depth other than 1, 8 and 24. The result's depth tells the choice.
+ */
+QUILP_API int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned char chromaLevel,
+                              double colourfulShare, double spreadLimit, tagRect32 const* rect);
 /* (end of colour suppression and the depth decision) */
 
 
