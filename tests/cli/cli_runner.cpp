@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -29,7 +30,9 @@ void WriteFile(std::string const& name, std::string const& bytes) {
 }
 
 Outcome Quilp(std::string const& args) {
-  std::string const out = WorkPath("stdout.txt"), err = WorkPath("stderr.txt");
+  // ctest runs tests in parallel processes sharing the work folder: one capture per process.
+  std::string const id = std::to_string(getpid());
+  std::string const out = WorkPath("stdout-" + id + ".txt"), err = WorkPath("stderr-" + id + ".txt");
   std::string const cmd = std::string("cd '") + QUILP_CLI_WORK + "' && '" + QUILP_TOOL + "' " +
                           args + " >'" + out + "' 2>'" + err + "'";
   int const raw = std::system(cmd.c_str());
