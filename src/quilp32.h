@@ -176,15 +176,15 @@ QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
      1 from 8, 24 or 32    - binarization (DibBinarizeEx with p1, p2, p3, count, the lists,
                              rect and origin), whose status is returned;
      8 from 24 or 32       - colour-weighted grey with equal weights (DibSuppressColorsEx with
-                             the same arguments), whose status is returned;
+                             no reference colours, p1, p2, p3 as its levels lvl0, lvl1, lvl2,
+                             the lists, rect and origin), whose status is returned;
      1 -> 8, 24, 32; 8 -> 24, 32; 24 -> 32; 32 -> 24 - direct conversion: a set bit becomes
                              white (255 in every channel) and a clear bit black; grey is
                              replicated into blue, green and red (an 8-bit palette is not
                              read); 32 -> 24 drops the fourth byte; every 32-bit result has
                              its fourth byte 0.
    The lists are not read by the conversion itself. Codes as DibCopyZoneEx; a depth other than
-   1, 8, 24 or 32 gives -1. Until the binarization and colour-weighted grey exports are
-   present their two routes return -4. */
+   1, 8, 24 or 32 gives -1. Until the binarization export is wired its route returns -4. */
 QUILP_API int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2,
                                 int p3, int count, char const* const* names,
                                 char const* const* values, tagRect32 const* rect,

@@ -260,6 +260,31 @@ TEST(SuppressColorsEx, PlacesTheResultAtThePoint) {
   DibFree(made);
 }
 
+TEST(SuppressColorsEx, AnswersTheGreyRouteOfTheDepthConversion) {
+  for (int depth : {24, 32}) {
+    DibPtr src = RandomDib(19, 8, depth, depth == 32, uint32_t(depth));
+    tagRect32 rect{2, 1, 17, 6};
+    tagPoint32 at{3, 2};
+    DibInfo* grey = nullptr;
+    ASSERT_EQ(DibConvertDepthEx(grey, src.get(), 8, 0, 0, 0, 0, nullptr, nullptr, &rect, &at), 0);
+    DibPtr own(grey);
+    EXPECT_EQ(grey->Width(), 19);
+    EXPECT_EQ(grey->Height(), 8);
+    ExpectArea(src.get(), grey, 2, 1, 16, 6, 3, 2, Thirds);
+    // p1, p2, p3 are the levels; the lists reach the conversion's keys.
+    DibInfo* levelled = nullptr;
+    Keys const keys{{"mulB", "0"}, {"mulG", "0"}};
+    ASSERT_EQ(DibConvertDepthEx(levelled, src.get(), 8, 40, 200, 0, keys.count(), keys.n.data(),
+                                keys.v.data(), nullptr, nullptr), 0);
+    DibPtr own2(levelled);
+    ExpectArea(src.get(), levelled, 0, 0, 19, 8, 0, 0, [](int, int, int r) {
+      return r <= 40 ? 0 : r >= 200 ? 255 : (2 * 255 * (r - 40) + 160) / 320;
+    });
+    DibInfo* bad = nullptr;
+    EXPECT_EQ(DibConvertDepthEx(bad, src.get(), 8, 200, 100, 0, 0, nullptr, nullptr, nullptr, nullptr), -1);
+  }
+}
+
 TEST(SuppressColorsEx, FailureCodes) {
   DibPtr src = RandomDib(8, 5, 24, false, 7);
   DibPtr grey = RandomDib(8, 5, 8, false, 8);
