@@ -8,12 +8,14 @@
 // as 1, never 0. Integer only per pixel: three multiplies and one division.
 //
 // Colour sets: per pixel one dot product with each unit colour vector of both sets, two
-// square roots and two divisions, all in double; see SharedDarkness for the rounding.
+// square roots and two divisions, all in double; see SharedDarkness for the rounding. The
+// result depends on the colour alone, so the rows run through a memo of the colours met.
 #include "colour/colour_dropout.h"
 
 #include <memory>
 #include <new>
 
+#include "colour/colour_memo.h"
 #include "simd/dispatch.h"
 
 namespace quilp {
@@ -104,8 +106,7 @@ bool DibSuppressColorSets(DibView const& dst, DibView const& src, int keepCount,
       !UnitDarkness(drop, dropCount, dropUnits.get()))
     return false;
   ColourSets const sets = {keepUnits.get(), keepCount, dropUnits.get(), dropCount};
-  DropoutKernels const& kernels = DropoutKernelsActive();
-  for (int y = 0; y < src.height; ++y) kernels.colourSets(src.Row(y), dst.Row(y), src.width, sets);
+  DibMemoColourRows(dst, src, DropoutKernelsActive().colourSets, sets);
   return true;
 }
 
