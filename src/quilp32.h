@@ -422,7 +422,8 @@ QUILP_API int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colour
  *    0 - is compared with chromaLevel: above it, the zone is copied at 24 bits; otherwise it
  *    becomes equal-thirds grey (DibSuppressColorsEx with defaults) and the decision runs
  *    again on that grey. So colourfulShare 0 keeps colour for a single pixel more colourful
- *    than chromaLevel; a negative share always goes to grey.
+ *    than chromaLevel, a share of 1 or more compares the mean of all pixels, and a share
+ *    that makes K negative (or is not a number) goes to grey.
  * Returns the chosen operation's result: 1 (copy made) or 0 (copy failed), or the code of
  * DibBinarizeEx / DibSuppressColorsEx (0 on success, negative on failure); -1 for a null
  * source, an empty zone or a depth other than 1, 8 and 24. The result's depth tells the choice.
