@@ -1,6 +1,8 @@
 // compress_bits.h - the two measurements behind the depth decision of a page zone.
 #pragma once
 
+#include <cstdint>
+
 #include "record/view.h"
 
 namespace quilp {
@@ -23,5 +25,19 @@ bool DibGreyLevelsTest(DibView const& grey, double spreadLimit);
 // or at chroma 0. Colour when chromaLevel < s div n. A negative K (or a share that is not a
 // number) decides grey.
 bool DibColourTest(DibView const& colour, unsigned char chromaLevel, double colourfulShare);
+
+// Row kernels of the two measurements; vector tables must equal the scalar one byte for byte.
+struct MeasureKernels {
+  // chroma[x] = max - min of the three bytes of pixel x, for `width` BGR pixels.
+  void (*chroma)(uint8_t const* src, uint8_t* chroma, int width);
+  // For x in 1..width-2: count[x] = (row[x] >= its four neighbours) + (row[x] <= all four),
+  // the neighbours being row[x - 1], row[x + 1], up[x] and down[x].
+  void (*extrema)(uint8_t const* up, uint8_t const* row, uint8_t const* down, uint8_t* count,
+                  int width);
+};
+MeasureKernels const& MeasureKernelsScalar();
+MeasureKernels const& MeasureKernelsSse41();
+MeasureKernels const& MeasureKernelsAvx2();
+MeasureKernels const& MeasureKernelsActive();
 
 }  // namespace quilp
