@@ -87,14 +87,16 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 
 namespace {
 
-// The keyed-parameter copy route, shared by DibCopyZoneEx and the same-depth conversion.
-int CopyZoneInFrame(DibInfo*& dest, DibInfo const* src, int depth, tagRect32 const* rect,
-                    tagPoint32 const* origin) {
+// The keyed-parameter route of the copy and the direct conversion: the source at its own
+// depth, the target at `depth`, the plane kernel's result as the status.
+int PlaneKernelInFrame(int (*kernel)(DibPlane const*, DibPlane const*), DibInfo*& dest,
+                       DibInfo const* src, int depth, tagRect32 const* rect,
+                       tagPoint32 const* origin) {
   CDibFlowControl frame;
   DibPlane from, to;
-  frame.AddSource(&from, src, depth, rect);
+  frame.AddSource(&from, src, src->BitsPerPixel(), rect);
   frame.AddTarget(&to, dest, depth, origin);
-  if (frame.GetStatus() == kDibOk) frame.SetResult(DibCopyPlane(&to, &from));
+  if (frame.GetStatus() == kDibOk) frame.SetResult(kernel(&to, &from));
   return frame.GetStatus();
 }
 
@@ -127,7 +129,7 @@ bool DibCopyZone(DibInfo*& dest, DibInfo* src, tagRect32* rect) {
 int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int, char const* const*,
                   char const* const*, tagRect32 const* rect, tagPoint32 const* origin) {
   if (!src) return kDibInvalid;
-  return CopyZoneInFrame(dest, src, src->BitsPerPixel(), rect, origin);
+  return PlaneKernelInFrame(DibCopyPlane, dest, src, src->BitsPerPixel(), rect, origin);
 }
 
 int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2, int p3,
@@ -135,17 +137,12 @@ int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int
                       tagRect32 const* rect, tagPoint32 const* origin) {
   if (!src) return kDibInvalid;
   int const from = src->BitsPerPixel();
-  if (depth == from) return CopyZoneInFrame(dest, src, depth, rect, origin);
+  if (depth == from) return PlaneKernelInFrame(DibCopyPlane, dest, src, depth, rect, origin);
   if (depth == 1 && from > 1)
     return ConvertDepthByBinarization(dest, src, p1, p2, p3, count, names, values, rect, origin);
   if (depth == 8 && (from == 24 || from == 32))
     return ConvertDepthBySuppression(dest, src, p1, p2, p3, count, names, values, rect, origin);
-  CDibFlowControl frame;
-  DibPlane in, out;
-  frame.AddSource(&in, src, from, rect);
-  frame.AddTarget(&out, dest, depth, origin);
-  if (frame.GetStatus() == kDibOk) frame.SetResult(DibConvertPlane(&out, &in));
-  return frame.GetStatus();
+  return PlaneKernelInFrame(DibConvertPlane, dest, src, depth, rect, origin);
 }
 
 int DibIsCanonical(DibInfo const* dib, DibDirection direction) {

@@ -173,8 +173,9 @@ QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
 /* Keyed-parameter depth change of the clamped zone, placed like DibCopyZoneEx. The route
    depends on the source depth and `depth`:
      same depth            - exactly DibCopyZoneEx;
-     1 from 8, 24 or 32    - binarization (DibBinarizeEx with p1, p2, p3, count, the lists,
-                             rect and origin), whose status is returned;
+     1 from 8, 24 or 32    - binarization: DibBinarizeEx with p1 as its method, p2 and p3 as
+                             its p1 and p2, and count, the lists, rect and origin; its status
+                             is returned (a 32-bit source gives -1);
      8 from 24 or 32       - colour-weighted grey with equal weights (DibSuppressColorsEx with
                              no reference colours, p1, p2, p3 as its levels lvl0, lvl1, lvl2,
                              the lists, rect and origin), whose status is returned;
@@ -184,7 +185,7 @@ QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
                              read); 32 -> 24 drops the fourth byte; every 32-bit result has
                              its fourth byte 0.
    The lists are not read by the conversion itself. Codes as DibCopyZoneEx; a depth other than
-   1, 8, 24 or 32 gives -1. Until the binarization export is wired its route returns -4. */
+   1, 8, 24 or 32 gives -1. */
 QUILP_API int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2,
                                 int p3, int count, char const* const* names,
                                 char const* const* values, tagRect32 const* rect,

@@ -25,23 +25,45 @@ DifferRule MakeDifferRule(int64_t o0, int64_t o1, int64_t o2, int method) {
   return rule;
 }
 
-void DifferImageBytes(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t begin,
-                      std::ptrdiff_t end, DifferRule const& rule) {
+namespace {
+
+// Bytes begin..end-1 in order, with the method fixed at compile time so that the per-byte
+// work has no branch on it.
+template <int kMethod, class Emit>
+void EachDifference(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin, std::ptrdiff_t end,
+                    DifferRule const& rule, Emit emit) {
+  if (rule.offset[0] == rule.offset[1] && rule.offset[1] == rule.offset[2]) {  // 8-bit rows
+    int const o = rule.offset[0];
+    for (std::ptrdiff_t i = begin; i < end; ++i) emit(i, Difference(t[i], e[i], o, kMethod));
+    return;
+  }
   int k = static_cast<int>(begin % 3);
   for (std::ptrdiff_t i = begin; i < end; ++i) {
-    out[i] = static_cast<uint8_t>(Difference(t[i], e[i], rule.offset[k], rule.method));
+    emit(i, Difference(t[i], e[i], rule.offset[k], kMethod));
     k = k == 2 ? 0 : k + 1;
   }
+}
+
+template <class Emit>
+void EachDifference(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin, std::ptrdiff_t end,
+                    DifferRule const& rule, Emit emit) {
+  if (rule.method == kDifferAbsolute) EachDifference<kDifferAbsolute>(t, e, begin, end, rule, emit);
+  else EachDifference<kDifferOneSided>(t, e, begin, end, rule, emit);
+}
+
+}  // namespace
+
+void DifferImageBytes(uint8_t const* t, uint8_t const* e, uint8_t* out, std::ptrdiff_t begin,
+                      std::ptrdiff_t end, DifferRule const& rule) {
+  EachDifference(t, e, begin, end, rule,
+                 [out](std::ptrdiff_t i, int d) { out[i] = static_cast<uint8_t>(d); });
 }
 
 uint64_t DifferSumBytes(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin,
                         std::ptrdiff_t end, DifferRule const& rule) {
   uint64_t sum = 0;
-  int k = static_cast<int>(begin % 3);
-  for (std::ptrdiff_t i = begin; i < end; ++i) {
-    sum += static_cast<uint64_t>(Difference(t[i], e[i], rule.offset[k], rule.method));
-    k = k == 2 ? 0 : k + 1;
-  }
+  EachDifference(t, e, begin, end, rule,
+                 [&sum](std::ptrdiff_t, int d) { sum += static_cast<uint64_t>(d); });
   return sum;
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 
+#include "binarize/binarize_ex.h"
 #include "params/flow_control.h"
 
 namespace quilp {
@@ -71,11 +72,11 @@ int DibConvertPlane(DibPlane const* dst, DibPlane const* src) {
   return 0;
 }
 
-// Answered by DibBinarizeEx once the binarization family provides it.
-int ConvertDepthByBinarization(DibInfo*&, DibInfo const*, int, int, int, int,
-                               char const* const*, char const* const*, tagRect32 const*,
-                               tagPoint32 const*) {
-  return kDibNotProvided;
+// DibBinarizeEx with the three integers as method, p1 and p2.
+int ConvertDepthByBinarization(DibInfo*& dest, DibInfo const* src, int p1, int p2, int p3,
+                               int count, char const* const* names, char const* const* values,
+                               tagRect32 const* rect, tagPoint32 const* origin) {
+  return BinarizeEx(dest, src, p1, p2, p3, count, names, values, rect, origin);
 }
 
 // Equal-thirds grey: DibSuppressColorsEx with its default weights 85, 85, 85, no reference

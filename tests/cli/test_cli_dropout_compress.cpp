@@ -90,6 +90,11 @@ TEST(CliDropout, ColoursAreReadRedFirst) {
   ASSERT_EQ(page.status, 0) << page.err;
   Outcome info = Quilp("info page-out.bmp");
   EXPECT_NE(info.out.find("200 x 100"), std::string::npos) << info.out;
+  // The depth conversion's grey route is the equal-thirds grey of DibSuppressColorsEx.
+  Outcome grey = Quilp("convert row.bmp thirds.bmp --depth 8");
+  ASSERT_EQ(grey.status, 0) << grey.err;
+  EXPECT_EQ(GreyAt("thirds.bmp", 0, 0), 85);   // (0, 0, 255)
+  EXPECT_EQ(GreyAt("thirds.bmp", 1, 0), 43);   // (0, 0, 128): 42.67
 }
 
 TEST(CliCompress, SaysWhichDepthAndWhy) {

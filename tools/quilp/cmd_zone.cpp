@@ -60,8 +60,9 @@ int RunConvert(Args const& args) {
   tagPoint32 at;
   tagPoint32* a = args.GetPoint("at", at) ? &at : nullptr;
   DibInfo* dest = nullptr;
-  CheckKeyedResult(DibConvertDepthEx(dest, src.get(), depth, 0, 0, 0, 0, nullptr, nullptr, r, a),
-                   "convert");
+  int const method = depth == 1 ? 2 : 0;  // 1-bit: black below the two-class Otsu threshold
+  CheckKeyedResult(
+      DibConvertDepthEx(dest, src.get(), depth, method, 0, 0, 0, nullptr, nullptr, r, a), "convert");
   Dib result(dest);
   WriteBmp(out, result.get());
   std::printf("wrote %s (%s)\n", out.c_str(), Describe(result.get()).c_str());
