@@ -1,17 +1,17 @@
-// colour_dropout_avx2.cpp - AVX2 dropouts: one colour on eight 32-bit lanes,
-// colour sets four pixels per double vector.
+// colour_dropout_avx2.cpp - AVX2 dropouts: one colour on eight 32-bit lanes, colour sets on
+// four double lanes with the sines in eight float lanes.
 //
 // One colour: as the SSE4.1 kernel (clamped numerator, RcpBelow estimate, one remainder test),
 // 32 pixels a step.
-// Colour sets: the scalar arithmetic on four lanes, in the same order (no fused multiply-add),
-// so every lane rounds as the scalar kernel does. Eight pixels a step in two groups, each colour's dot
-// products feeding one of two running maxima. A white pixel (L = 0) meets 0 / 0 here instead
-// of a branch: the maxima with 0 take the second operand of a NaN comparison, so both sines
-// become 0 and the pixel stays white, as in the scalar kernel. Rows are read exactly, never
+// Colour sets: each row is taken in chunks of 256 pixels and two passes. The first computes,
+// eight pixels a step, the darkness, its squared length L and the largest projections A and B
+// on the kept and the suppressed unit vectors, in double and in the scalar order (no fused
+// multiply-add), so these equal the scalar values exactly. The second derives the sines and
+// the rounding from them in single precision, checks every lane against the bound given at
+// Lightness8 and recomputes, in double and in the scalar order, each group of four that holds
+// an undecided lane: the bytes stored equal the scalar kernel's. Rows are read exactly, never
 // past their last pixel.
 #include <immintrin.h>
-
-#include <cstring>
 
 #include "colour/colour_dropout.h"
 #include "colour/colour_dropout_simd.h"
@@ -82,12 +82,6 @@ inline void Darkness4(uint8_t const* p, __m256d d[3]) {
   __m128i b[3];
   simd::SplitDarkness4(p, b);
   for (int c = 0; c < 3; ++c) d[c] = _mm256_cvtepi32_pd(b[c]);
-}
-
-inline __m256d Dot(__m256d const p[3], double const* u) {
-  return _mm256_add_pd(_mm256_add_pd(_mm256_mul_pd(p[0], _mm256_broadcast_sd(u)),
-                                     _mm256_mul_pd(p[1], _mm256_broadcast_sd(u + 1))),
-                       _mm256_mul_pd(p[2], _mm256_broadcast_sd(u + 2)));
 }
 
 // Largest projection of two groups of four pixels on `count` unit vectors, and 0. One running
