@@ -380,6 +380,8 @@ int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2
 // ---- Colour suppression and the depth decision ------------------------------------
 
 #include "colour/colour_dropout.h"
+#include "colour/grey_mix.h"
+#include "scale/compress_bits.h"
 
 namespace {
 
@@ -408,6 +410,87 @@ DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*kee
   return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
     return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
   });
+}
+
+int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
+                        unsigned char const (*colours)[3], int hSize, int vSize, int lvl0,
+                        int lvl1, int lvl2, int count, char const* const* names,
+                        char const* const* values, tagRect32 const* rect,
+                        tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  CDibFlowControl frame;
+  frame.SetParams(count, names, values);
+  int mulB = 0, mulG = 0, mulR = 0, mulS = 0;
+  frame.GetIntParam(&hSize, "hSize", hSize);
+  frame.GetIntParam(&vSize, "vSize", vSize);
+  frame.GetIntParam(&mulB, "mulB", 85);
+  frame.GetIntParam(&mulG, "mulG", 85);
+  frame.GetIntParam(&mulR, "mulR", 85);
+  int64_t const sum = int64_t(mulB) + mulG + mulR;
+  frame.GetIntParam(&mulS, "mulS", sum > 0 && sum <= INT32_MAX ? int(sum) : 0);
+  frame.GetIntParam(&lvl0, "lvl0", lvl0);
+  frame.GetIntParam(&lvl1, "lvl1", lvl1);
+  frame.GetIntParam(&lvl2, "lvl2", lvl2);
+  GreyMix mix;
+  if (colourCount < 0 || (colourCount > 0 && !colours) || hSize < 0 || vSize < 0 ||
+      !SetWeights(mulB, mulG, mulR, mulS, mix) || !MakeLevels(lvl0, lvl1, lvl2, mix))
+    frame.Fail(kDibInvalid);
+  if (hSize != 0 || vSize != 0) {  // paper flattening over a hSize x vSize window
+    mix.paperH = hSize / 2;
+    mix.paperV = vSize / 2;
+  }
+  int const depth = src->BitsPerPixel();
+  if (depth != 24 && depth != 32) frame.Fail(kDibInvalid);
+  DibPlane in, out;
+  frame.AddSource(&in, src, depth, rect);
+  frame.AddTarget(&out, dest, 8, origin);
+  if (frame.GetStatus() != kDibOk) return frame.GetStatus();
+  auto* units = static_cast<double*>(frame.Scratch(sizeof(double) * 3 * std::size_t(colourCount)));
+  if (!units) return frame.GetStatus();
+  mix.drop = units;
+  mix.dropCount = ChromaticUnits(colours, colourCount, units);
+  DibPlane paper = out;
+  if (mix.paperH >= 0) {
+    paper.stride = out.width;
+    paper.data = static_cast<uint8_t*>(frame.Scratch(std::size_t(out.width) * out.height));
+    if (!paper.data) return frame.GetStatus();
+  }
+  return frame.SetSuccess(DibGreyMix(out, in, mix, &paper));
+}
+
+int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned char chromaLevel,
+                    double colourfulShare, double spreadLimit, tagRect32 const* rect) {
+  result = nullptr;
+  if (!src) return kDibInvalid;
+  Area area;
+  if (!ClampRect(src, rect, area)) return kDibInvalid;
+  tagRect32 zone = {area.left, area.top, area.right(), area.bottom()};
+  // The zone copy and the conversions read the source without changing it.
+  DibInfo* const source = const_cast<DibInfo*>(src);
+  auto copy = [&]() { return DibCopyZone(result, source, &zone) ? 1 : 0; };
+  switch (src->BitsPerPixel()) {
+    case 1:
+      return copy();
+    case 8: {
+      if (!DibGreyLevelsTest(MakeView(src, area), spreadLimit)) return copy();
+      int const code =
+          DibBinarizeEx(result, src, 2, 0, 0, 0, nullptr, nullptr, &zone, nullptr);
+      if (code < 0) result = nullptr;  // a failed call released what it made
+      return code;
+    }
+    case 24: {
+      if (DibColourTest(MakeView(src, area), chromaLevel, colourfulShare)) return copy();
+      unsigned char const references[2][3] = {{85, 85, 85}, {0, 0, 0}};
+      DibInfo* grey = nullptr;
+      int const code = DibSuppressColorsEx(grey, src, 2, references, 0, 0, 0, 0, 0, 0, nullptr,
+                                           nullptr, &zone, nullptr);
+      if (code < 0) return code;
+      DibHolder holder(grey);
+      return DibCompressBits(result, grey, chromaLevel, colourfulShare, spreadLimit, nullptr);
+    }
+    default:
+      return kDibInvalid;
+  }
 }
 
 // (end of colour suppression and the depth decision)

@@ -79,11 +79,13 @@ int ConvertDepthByBinarization(DibInfo*& dest, DibInfo const* src, int p1, int p
   return BinarizeEx(dest, src, p1, p2, p3, count, names, values, rect, origin);
 }
 
-// Answered by DibSuppressColorsEx (weights 85, 85, 85) once the colour family provides it.
-int ConvertDepthBySuppression(DibInfo*&, DibInfo const*, int, int, int, int,
-                              char const* const*, char const* const*, tagRect32 const*,
-                              tagPoint32 const*) {
-  return kDibNotProvided;
+// Equal-thirds grey: DibSuppressColorsEx with its default weights 85, 85, 85, no reference
+// colours and no flattening; p1, p2, p3 are its levels (black point, white point, mid-tone).
+int ConvertDepthBySuppression(DibInfo*& dest, DibInfo const* src, int p1, int p2, int p3,
+                              int count, char const* const* names, char const* const* values,
+                              tagRect32 const* rect, tagPoint32 const* origin) {
+  return DibSuppressColorsEx(dest, src, 0, nullptr, 0, 0, p1, p2, p3, count, names, values,
+                             rect, origin);
 }
 
 }  // namespace quilp

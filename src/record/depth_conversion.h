@@ -22,7 +22,7 @@ int ConvertDepthByBinarization(DibInfo*& dest, DibInfo const* src, int p1, int p
                                tagRect32 const* rect, tagPoint32 const* origin);
 
 // Grey (depth 8) from a 24- or 32-bit source: answered by the colour-weighted conversion with
-// equal weights, whose status it returns.
+// equal weights (p1, p2, p3 are its levels lvl0, lvl1, lvl2), whose status it returns.
 int ConvertDepthBySuppression(DibInfo*& dest, DibInfo const* src, int p1, int p2, int p3,
                               int count, char const* const* names, char const* const* values,
                               tagRect32 const* rect, tagPoint32 const* origin);
