@@ -96,6 +96,13 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 
 // ---- Erosion, dilation and grey filters -------------------------------------------
 
+#include "filter/grey_filter.h"
+
+int DibFilterGreyEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, int p2, int p3, int count,
+                    char const* const* names, char const* const* values, tagRect32 const* rect) {
+  return DibFilterGrey(dst, src, oper, p1, p2, p3, count, names, values, rect);
+}
+
 // (end of erosion, dilation and grey filters)
 
 

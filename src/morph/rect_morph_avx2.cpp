@@ -2,8 +2,7 @@
 //
 // The drivers are the shared ones of lane_passes.h. A horizontal band is 32 rows: register k
 // of a tile holds row k in its low half and row k + 16 in its high half, so the per-lane
-// 16 x 16 transposition leaves column j of all 32 rows in register j. Columns left over by
-// the vector strips go to the SSE4.1 kernel.
+// 16 x 16 transposition leaves column j of all 32 rows in register j.
 #include <immintrin.h>
 
 #include "morph/lane_passes.h"
@@ -42,15 +41,11 @@ struct Avx {
   }
 };
 
-bool Vertical(ByteOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-              std::ptrdiff_t srcStep, int bytes, int n, int r) {
-  return lanes::Vertical<Avx>(op, dst, dstStep, src, srcStep, bytes, n, r, MorphKernelsSse41());
-}
-
 }  // namespace
 
 MorphKernels const& MorphKernelsAvx2() {
-  static MorphKernels const table = {Vertical, lanes::Horizontal8<Avx>};
+  static MorphKernels const table = {lanes::Vertical<Avx>, lanes::HorizontalScratch<Avx>,
+                                      lanes::Horizontal8<Avx>, lanes::Small8<Avx>};
   return table;
 }
 
