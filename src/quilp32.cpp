@@ -235,6 +235,11 @@ DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*kee
 // ---- Erosion, dilation and grey filters -------------------------------------------
 
 #include "filter/grey_filter.h"
+#include "morph/distance_erode.h"
+
+bool DibErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32* rect) {
+  return DibDistanceErodeDilate(out, src, amount, rect);
+}
 
 int DibFilterGreyEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, int p2, int p3, int count,
                     char const* const* names, char const* const* values, tagRect32 const* rect) {

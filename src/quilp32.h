@@ -278,6 +278,32 @@ QUILP_API DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char c
 /* ---- Erosion, dilation and grey filters ---------------------------------------- */
 
 /*
+ * DibErodeDilate grows or shrinks the set pixels of a 1-bit image evenly in all directions,
+ * by distances in half pixels (city-block), instead of by a rectangle.
+ * The region is rect as given (null: the whole source), W x H pixels; it may reach beyond the
+ * source, whose pixels are read only where they lie inside it; pixels of the region outside
+ * the source, and everything around the region, count as set. Take the grid of half pixels:
+ * for a set pixel, s = the city-block distance from its centre to the nearest clear pixel
+ * (to its square's nearest point: an edge neighbour is 1 away, a corner neighbour 2); for a
+ * clear pixel, d = the same distance to the nearest set pixel. The centre level is min(255,
+ * 127 + s) for a set pixel and max(0, 127 - d) for a clear one, and a pixel of the result is
+ * set when that level is at least T = 127 + 4 amount (amount > 0) or 127 + amount
+ * (amount <= 0). Hence:
+ *   amount -k (dilation by k half pixels): a clear pixel becomes set when d <= k;
+ *   amount k > 0 (erosion by 2k pixels): a set pixel stays set when s >= 4k;
+ *   amount 0 copies the region. With the 1-bit palette (set = white) a positive amount
+ *   thickens dark strokes, a negative one thins them.
+ * amount must lie in -127..32. With out null a new 1-bit W x H image is stored there. With an
+ * image in out, rect (null: the source's whole) must fit it under the exact-fit rule with the
+ * size W x H; column c of the region is then written to bit c counted from the byte that holds
+ * the rectangle's left edge (left / 8 * 8: the region is written shifted to that byte), bits
+ * and rows beyond the image are not written. False, out untouched, for a null or non-1-bit
+ * source, an amount outside -127..32, an empty region, a rectangle that does not fit out, or
+ * no memory (out null: then out stays null). The library's intermediates are released.
+ */
+QUILP_API bool DibErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32* rect);
+
+/*
  * DibFilterGreyEx: the grey filters of 8-bit images, one operation per code `oper`. Keys (see
  * keyed-parameter operations above) override positional arguments where listed. The source
  * area follows the clamping rule; except for 262 and 267 the result is the caller's 8-bit
