@@ -337,9 +337,11 @@ QUILP_API bool DibErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32
  *       (vertical) pixels, out to 3 deviations, edges repeated; 0 leaves a direction alone,
  *       deviations above 85 pixels are taken as 85; negative: -1.
  *  266  local contrast normalisation over a p1 x p2 window (even sizes are taken one
- *       smaller): with the window's minimum lo and maximum hi, out = 255 - min(255, ((hi - v)
- *       * 255 + r / 2) / r), r = max(hi - lo, 32): the local paper level becomes white and
- *       faint strokes black. Choose a window wider than the thickest stroke. Negative: -1.
+ *       smaller) with a noise allowance of n = p3 levels (0: 24): with the window's minimum lo
+ *       and maximum hi, out = 255 - min(255, round(max(hi - v - n, 0) * 255 / max(hi - lo - n,
+ *       32))): the local paper level, and noise within n of it, becomes white and strokes are
+ *       stretched to black, faint ones too. Choose a window wider than the thickest stroke.
+ *       Negative arguments: -1.
  *  267  flattening of uneven illumination, four calls of this function: maximum and then
  *       minimum over a window of p1 pixels (0: a sixth of an inch, 21 pixels at an unknown
  *       resolution; even sizes one larger) estimate the paper, 265 smooths it with deviation

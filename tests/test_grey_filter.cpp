@@ -70,6 +70,7 @@ TEST(GreyFilter, ResultCodes) {
         {"reduce to nothing", grey.get(), 262, 0, 0, 10000, 0, nullptr, nullptr, -1},
         {"smoothing below zero", grey.get(), 265, -1, 0, 0, 0, nullptr, nullptr, -1},
         {"local window below zero", grey.get(), 266, 3, -3, 0, 0, nullptr, nullptr, -1},
+        {"local noise below zero", grey.get(), 266, 3, 3, -1, 0, nullptr, nullptr, -1},
         {"flatten window below zero", grey.get(), 267, -5, 0, 0, 0, nullptr, nullptr, -1},
         {"linear", grey.get(), 263, 256, 0, 0, 0, nullptr, nullptr, 0},
         {"negative", grey.get(), 268, 0, 0, 0, 0, nullptr, nullptr, 0},

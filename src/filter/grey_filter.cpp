@@ -23,6 +23,7 @@ namespace {
 
 constexpr int kLastOper = kFilterNegative;
 constexpr double kPelsPerMetrePerDpi = 39.37;
+constexpr int kDefaultNoise = 24;  // levels of paper noise 266 ignores unless told otherwise
 
 // The result of the common route. Operations that write every pixel get a record whose pixels
 // are not cleared first; the frame registers it as the caller's, so this guard releases it
@@ -201,8 +202,8 @@ int Run(CDibFlowControl& frame, int oper, DibPlane const& d, DibPlane const& s, 
       if (p1 < 0 || p2 < 0) return frame.Fail(kDibInvalid);
       return frame.SetSuccess(DibGaussSmooth(d, s, p1, p2));
     case kFilterLocalContrast:
-      if (p1 < 0 || p2 < 0) return frame.Fail(kDibInvalid);
-      return frame.SetSuccess(DibLocalContrast(d, s, p1, p2));
+      if (p1 < 0 || p2 < 0 || p3 < 0) return frame.Fail(kDibInvalid);
+      return frame.SetSuccess(DibLocalContrast(d, s, p1, p2, p3 > 0 ? p3 : kDefaultNoise));
     case kFilterNegative:
       NegativeTable(table);
       DibApplyTable(d, s, table);

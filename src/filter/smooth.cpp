@@ -82,8 +82,9 @@ bool DibGaussSmooth(DibPlane const& dst, DibPlane const& src, int hSigma256, int
   return true;
 }
 
-bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int vWindow) {
-  if (hWindow < 0 || vWindow < 0) return false;
+bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int vWindow,
+                      int noise) {
+  if (hWindow < 0 || vWindow < 0 || noise < 0) return false;
   int const w = src.width, h = src.height;
   if (w <= 0 || h <= 0) return true;
   std::size_t const n = std::size_t(w) * std::size_t(h);
@@ -106,8 +107,9 @@ bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int
     uint8_t const* u = hi.Row(y);
     uint8_t* d = dst.Row(y);
     for (int x = 0; x < w; ++x) {
-      int const range = u[x] - l[x] > kContrastFloor ? u[x] - l[x] : kContrastFloor;
-      int const dark = ((u[x] - s[x]) * 255 + range / 2) / range;
+      int const range = u[x] - l[x] - noise > kContrastFloor ? u[x] - l[x] - noise : kContrastFloor;
+      int const depth = u[x] - s[x] - noise > 0 ? u[x] - s[x] - noise : 0;
+      int const dark = (depth * 255 + range / 2) / range;
       d[x] = uint8_t(255 - (dark > 255 ? 255 : dark));
     }
   }

@@ -13,12 +13,13 @@ bool DibGaussSmooth(DibPlane const& dst, DibPlane const& src, int hSigma256, int
 inline constexpr int kMaxSigma256 = 85 * 256;
 
 // Local contrast normalisation over a window of (2 (hWindow / 2) + 1) x (2 (vWindow / 2) + 1):
-// with lo and hi the window's minimum and maximum,
-//   out = 255 - min(255, ((hi - v) * 255 + range / 2) / range),  range = max(hi - lo, 32),
-// so the local paper level becomes white and strokes are stretched to black whatever the
-// local contrast; flat areas (range below 32) change little. False on negative windows or
-// when memory runs out.
-bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int vWindow);
+// with lo and hi the window's minimum and maximum and n the noise allowance in levels,
+//   dark = max(hi - v - n, 0) * 255 / max(hi - lo - n, 32)   (rounded),   out = 255 - min(dark, 255)
+// so the local paper level (and noise within n of it) becomes white and strokes are stretched
+// toward black whatever the local contrast. False on negative arguments or when memory runs
+// out.
+bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int vWindow,
+                      int noise);
 inline constexpr int kContrastFloor = 32;
 
 }  // namespace quilp
