@@ -28,29 +28,28 @@ void WriteDib(std::string const& name, DibInfo const* dib) {
   WriteFile(name, bytes);
 }
 
-std::string GreyPage() {
-  static std::string const name = [] {
-    quilp_pages::PageSpec spec;
-    spec.width = 240;
-    spec.height = 160;
-    spec.dpi = 100;
-    spec.bitCount = 8;
-    spec.unevenness = 0.4;
-    DibInfo* page = quilp_pages::MakePage(spec);
-    WriteDib("filter-page.bmp", page);
-    DibInfo* bits = DibBinarizeSimple(page, 150, false, nullptr);
-    WriteDib("filter-bits.bmp", bits);
-    DibFree(bits);
-    DibFree(page);
-    return std::string("filter-page.bmp");
-  }();
-  return name;
+// A grey page and its 1-bit threshold, written under names of their own for each test (ctest
+// runs tests in parallel processes sharing the work folder).
+std::string GreyPage(std::string const& prefix) {
+  quilp_pages::PageSpec spec;
+  spec.width = 240;
+  spec.height = 160;
+  spec.dpi = 100;
+  spec.bitCount = 8;
+  spec.unevenness = 0.4;
+  DibInfo* page = quilp_pages::MakePage(spec);
+  WriteDib(prefix + "-page.bmp", page);
+  DibInfo* bits = DibBinarizeSimple(page, 150, false, nullptr);
+  WriteDib(prefix + "-bits.bmp", bits);
+  DibFree(bits);
+  DibFree(page);
+  return prefix + "-page.bmp";
 }
 
 }  // namespace
 
 TEST(CliFilter, EveryOperationWritesAResult) {
-  std::string const page = GreyPage();
+  std::string const page = GreyPage("every");
   struct Case { char const* args; char const* size; };
   Case const cases[] = {
       {"--op min --size 5", "240 x 160"},       {"--op max --hsize 3 --vsize 7", "240 x 160"},
@@ -62,30 +61,30 @@ TEST(CliFilter, EveryOperationWritesAResult) {
       {"--op min --size 3 --rect 10,10,109,59", "100 x 50"},
   };
   for (Case const& c : cases) {
-    Outcome run = Quilp("filter " + page + " filtered.bmp " + c.args);
+    Outcome run = Quilp("filter " + page + " every-out.bmp " + c.args);
     ASSERT_EQ(run.status, 0) << c.args << ": " << run.err;
-    Outcome info = Quilp("info filtered.bmp");
+    Outcome info = Quilp("info every-out.bmp");
     EXPECT_NE(info.out.find(c.size), std::string::npos) << c.args << ": " << info.out;
   }
-  Outcome grow = Quilp("erode-dilate filter-bits.bmp grown.bmp --amount -3");
+  Outcome grow = Quilp("erode-dilate every-bits.bmp every-grown.bmp --amount -3");
   ASSERT_EQ(grow.status, 0) << grow.err;
-  Outcome info = Quilp("info grown.bmp");
+  Outcome info = Quilp("info every-grown.bmp");
   EXPECT_NE(info.out.find("1 bits"), std::string::npos) << info.out;
 }
 
 TEST(CliFilter, BadInputGivesOneLineAndAFailingExit) {
-  std::string const page = GreyPage();
+  std::string const page = GreyPage("bad");
   struct Case { std::string args; char const* says; };
   Case const cases[] = {
-      {"filter " + page + " out.bmp --op blur", "--op is"},
-      {"filter " + page + " out.bmp --op min --size 4", "window sizes must be odd"},
-      {"filter " + page + " out.bmp --op reduce", "reduce needs"},
-      {"filter " + page + " out.bmp --op reduce --dpi 400", "invalid argument"},
-      {"filter filter-bits.bmp out.bmp --op min", "needs an 8-bit"},
-      {"erode-dilate " + page + " out.bmp --amount 2", "needs a 1-bit"},
-      {"erode-dilate filter-bits.bmp out.bmp", "needs --amount"},
-      {"erode-dilate filter-bits.bmp out.bmp --amount 40", "-127..32"},
-      {"erode-dilate filter-bits.bmp out.bmp --amount x", "bad number"},
+      {"filter " + page + " bad-out.bmp --op blur", "--op is"},
+      {"filter " + page + " bad-out.bmp --op min --size 4", "window sizes must be odd"},
+      {"filter " + page + " bad-out.bmp --op reduce", "reduce needs"},
+      {"filter " + page + " bad-out.bmp --op reduce --dpi 400", "invalid argument"},
+      {"filter bad-bits.bmp bad-out.bmp --op min", "needs an 8-bit"},
+      {"erode-dilate " + page + " bad-out.bmp --amount 2", "needs a 1-bit"},
+      {"erode-dilate bad-bits.bmp bad-out.bmp", "needs --amount"},
+      {"erode-dilate bad-bits.bmp bad-out.bmp --amount 40", "-127..32"},
+      {"erode-dilate bad-bits.bmp bad-out.bmp --amount x", "bad number"},
   };
   for (Case const& c : cases) {
     Outcome run = Quilp(c.args);
