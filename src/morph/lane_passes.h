@@ -1,15 +1,20 @@
-// lane_passes.h - the vector drivers of the rectangle erosion, written once for any register.
+// lane_passes.h - the drivers of the rectangle erosion, written once for any register.
 //
-// Included by the SSE4.1 and AVX2 files only, each with its own register type V (in an
+// Included by the scalar, SSE4.1 and AVX2 files, each with its own register type V (in an
 // unnamed namespace, so each file gets its own instantiations):
-//   V::Reg, V::kBytes (16 or 32), Load / Store (unaligned), Min / Max / And / Or (per byte),
-//   Unpack{Lo,Hi}{8,16,32,64} (per 128-bit lane), LoadTile / StoreTile (see below).
-// Vertical pass: the elements of RunningExtreme are strips of 2 * kBytes bytes of a row, so
-// each lane is one byte column; the pass reads the whole strip into g and h before writing.
+//   V::Reg, V::kBytes (1, 16 or 32), Load / Store (unaligned), Min / Max / And / Or (per
+//   byte); the vector ones also Unpack{Lo,Hi}{8,16,32,64} (per 128-bit lane) and LoadTile /
+//   StoreTile for the transposition.
+// Vertical pass: the elements of the running extremes are whole rows (each byte a lane), so
+// every step streams through rows in order; it reads a block of 2r rows, then writes the rows
+// whose spans end in it, and may write over its input.
 // Horizontal pass of 8-bit rows: a band of kBytes rows is transposed, 16 x 16 bytes at a time,
 // into a line whose element x holds pixel x of every row of the band (the band's rows become
 // lanes), the pass runs along that line, and the line is transposed back. A width that is not
 // a multiple of 16 ends with a tile that overlaps the one before it.
+// Half sizes up to kSmallWindow are combined directly (2r combinations per element beat the
+// running extremes' three plus their scratch traffic); when both are small the horizontal
+// result of each row goes straight into the ring of rows the vertical pass combines.
 #pragma once
 
 #include <cstddef>
@@ -86,8 +91,6 @@ struct RowOps {
   void OutHG(int i, int hs, int gs) { CombineRow<V, kOp>(dst + dstStep * i, H(hs), G(gs), bytes); }
 };
 
-// Windows up to 2 kDirectMax + 1 are combined directly: 2r combinations per element, fewer
-// than the running extremes' three plus their scratch traffic.
 inline constexpr int kDirectMax = kSmallWindow;
 
 // out[x] = ext over rows[0 .. count - 1] at x, for x < bytes.

@@ -1,8 +1,10 @@
-// rect_morph.cpp - erosion and dilation by a rectangle: drivers and the scalar kernels.
+// rect_morph.cpp - erosion and dilation by a rectangle: the driver and the scalar kernels.
 //
-// The vertical pass runs TplErode / TplDilate down strips of 64 byte columns (each byte a lane
-// of its own). The horizontal pass of 8-bit rows runs the pass along each row, of 24-bit rows
-// on Rgb<unsigned char> pixels. The horizontal pass of 1-bit rows works on runs instead: the
+// MorphRect runs the horizontal pass a band of rows ahead of the vertical pass, which follows
+// in place in the destination, so the area is read once and written once (lane_passes.h has
+// the row drivers; the scalar table instantiates them with one byte per "register"). The
+// horizontal pass of 8-bit rows runs TplErode / TplDilate along each row, of 24-bit rows on
+// Rgb<unsigned char> pixels. The horizontal pass of 1-bit rows works on runs instead: the
 // dilation of a row is the union of its runs of set bits, each widened by r on both sides
 // (merged as they meet, so every output word is written once), and erosion is the dilation of
 // the complement. Scanning with count-leading-zeros costs one step per 64 pixels plus one per
