@@ -238,10 +238,15 @@ void HorizontalBands(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
       in[k] = src + srcStep * (y0 + (k < nr ? k : nr - 1));  // missing rows repeat the last
       out[k] = dst + dstStep * (y0 + (k < nr ? k : nr - 1));
     }
+    // Full bands address their rows from a base and a step (no table of row pointers).
+    bool const full = nr == L;
+    uint8_t const* const inBase = src + srcStep * y0;
+    uint8_t* const outBase = dst + dstStep * y0;
     typename V::Reg t[16];
     for (int x = 0;; x += 16) {
       if (x > width - 16) x = width - 16;
-      V::LoadTile(in, x, t);
+      if (full) V::LoadTile(inBase, srcStep, x, t);
+      else V::LoadTile(in, x, t);
       Transpose<V>(t);
       for (int j = 0; j < 16; ++j) line[x + j].a = t[j];
       if (x == width - 16) break;
@@ -252,7 +257,8 @@ void HorizontalBands(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
       if (x > width - 16) x = width - 16;
       for (int j = 0; j < 16; ++j) t[j] = line[x + j].a;
       Transpose<V>(t);
-      V::StoreTile(out, x, t, nr);
+      if (full) V::StoreTile(outBase, dstStep, x, t);
+      else V::StoreTile(out, x, t, nr);
       if (x == width - 16) break;
     }
   }

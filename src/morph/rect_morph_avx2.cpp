@@ -39,6 +39,18 @@ struct Avx {
     for (int k = 0; k < 16 && k < n; ++k) Store16(rows[k] + x, _mm256_castsi256_si128(t[k]));
     for (int k = 16; k < n; ++k) Store16(rows[k] + x, _mm256_extracti128_si256(t[k - 16], 1));
   }
+  // The same for a full band of rows `step` apart.
+  static void LoadTile(uint8_t const* base, std::ptrdiff_t step, int x, Reg t[16]) {
+    for (int k = 0; k < 16; ++k)
+      t[k] = _mm256_inserti128_si256(_mm256_castsi128_si256(Load16(base + step * k + x)),
+                                     Load16(base + step * (k + 16) + x), 1);
+  }
+  static void StoreTile(uint8_t* base, std::ptrdiff_t step, int x, Reg const t[16]) {
+    for (int k = 0; k < 16; ++k) {
+      Store16(base + step * k + x, _mm256_castsi256_si128(t[k]));
+      Store16(base + step * (k + 16) + x, _mm256_extracti128_si256(t[k], 1));
+    }
+  }
 };
 
 }  // namespace

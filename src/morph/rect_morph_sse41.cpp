@@ -32,6 +32,13 @@ struct Sse {
   static void StoreTile(uint8_t* const* rows, int x, Reg const t[16], int n) {
     for (int k = 0; k < n; ++k) Store(rows[k] + x, t[k]);
   }
+  // The same for a full band of rows `step` apart.
+  static void LoadTile(uint8_t const* base, std::ptrdiff_t step, int x, Reg t[16]) {
+    for (int k = 0; k < 16; ++k) t[k] = Load(base + step * k + x);
+  }
+  static void StoreTile(uint8_t* base, std::ptrdiff_t step, int x, Reg const t[16]) {
+    for (int k = 0; k < 16; ++k) Store(base + step * k + x, t[k]);
+  }
 };
 
 }  // namespace
