@@ -170,10 +170,107 @@ QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
                             char const* const* names, char const* const* values,
                             tagRect32 const* rect, tagPoint32 const* origin);
 
+/* Keyed-parameter depth change of the clamped zone, placed like DibCopyZoneEx. The route
+   depends on the source depth and `depth`:
+     same depth            - exactly DibCopyZoneEx;
+     1 from 8, 24 or 32    - binarization (DibBinarizeEx with p1, p2, p3, count, the lists,
+                             rect and origin), whose status is returned;
+     8 from 24 or 32       - colour-weighted grey with equal weights (DibSuppressColorsEx with
+                             the same arguments), whose status is returned;
+     1 -> 8, 24, 32; 8 -> 24, 32; 24 -> 32; 32 -> 24 - direct conversion: a set bit becomes
+                             white (255 in every channel) and a clear bit black; grey is
+                             replicated into blue, green and red (an 8-bit palette is not
+                             read); 32 -> 24 drops the fourth byte; every 32-bit result has
+                             its fourth byte 0.
+   The lists are not read by the conversion itself. Codes as DibCopyZoneEx; a depth other than
+   1, 8, 24 or 32 gives -1. Until the binarization and colour-weighted grey exports are
+   present their two routes return -4. */
+QUILP_API int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2,
+                                int p3, int count, char const* const* names,
+                                char const* const* values, tagRect32 const* rect,
+                                tagPoint32 const* origin);
+
+/* Row order demanded by DibIsCanonical; any other value demands none. */
+enum DibDirection { DibDirectionBottomUp = 1, DibDirectionTopDown = 2 };
+/* Grades a record obtained elsewhere against the form the operations expect, reading only its
+   header and palette:
+     -1 null record;
+      0 canonical: 40-byte header, one plane, non-negative resolutions, uncompressed, 1..65535
+        pixels each way, biSizeImage 0 or exact, the demanded row order, and depth 1 (palette
+        black, white; 0 or 2 colours), 8 (the grey ramp; 0 or 256 colours) or 24 (no palette);
+      1 well formed and supported but not canonical (row order, palette or colour count);
+      2 malformed (planes, negative resolution, unknown compression, a side of 0 or less,
+        wrong biSizeImage);
+      3 a kind the library does not handle (another header size, compressed, a side above
+        65535, any other depth - 32 bits included).
+   The first failing check, in the order listed, decides. */
+QUILP_API int DibIsCanonical(DibInfo const* dib, DibDirection direction);
+
 /* (end of zone copy, depth conversion, canonical check) */
 
 
 /* ---- Comparison and statistics ------------------------------------------------- */
+
+/*
+ * Image difference of a test image and a reference image of the same depth (8 or 24 bits)
+ * over a rectangle of each (null: the whole image; clamping rule). The loop covers the
+ * clipped reference region, W x H: difference (c, r) takes test pixel (c, r) and reference
+ * pixel (c, r), each counted from its region's top-left corner. Per byte, with t the test
+ * value, e the reference value and o the offset, d = t + o - e and the difference is
+ *   method 0: min(|d|, 255)        method 1: min(max(d, 0), 255).
+ * Offsets: byte k (blue, green, red) of a 24-bit pixel uses offset{k} + offset; an 8-bit
+ * pixel uses (offset0 + offset1 + offset2 + 1) / 3 + offset, the division truncating toward
+ * zero. Misuse (null image, depths that differ, another depth, a method other than 0 or 1)
+ * returns -1 and writes one message, formatted as
+ *   "\nfile=%s line=%d func=%s code=%d descr=%s"
+ * into a cleared 256-byte buffer, to the log stream set with DibSetLogStream (nothing is
+ * written while none is set, as at start).
+ */
+/* stopLimitLow, stopLimitHigh: one signed 64-bit stop limit of the sum form, low word first
+   (negative: no limit); method 0 (absolute) or 1 (one-sided); offset added to every byte;
+   offset0..2 the offsets of the first, second and third byte of a 24-bit pixel. */
+struct SDibDifferSetup {
+  int32_t stopLimitLow, stopLimitHigh, method, offset, offset0, offset1, offset2;
+};
+/* Sets the comparison operations' log stream (null: none) for the whole process; returns the
+   previous one. */
+QUILP_API FILE* DibSetLogStream(FILE* stream);
+/* Image form: writes the differences into `out` from its top-left pixel on. When out is null
+   a zeroed record of the reference rectangle's size as given (before clipping), the reference
+   image's depth and resolutions is made first (-2 when that fails or the depth has no
+   creator) - before the depth and method are checked, so a 1- or 32-bit pair leaves a new,
+   unfilled record in `out` for the caller to release. Returns 1 on success (also for a region
+   without pixels), 0 when the reference region is wider or taller than the test region or
+   `out` is smaller than the reference region or not of the pair's depth, -1 on misuse. */
+QUILP_API int DibDiffer(DibInfo*& out, DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstRect,
+                        tagRect32* etaRect, SDibDifferSetup const& setup);
+/* Sum form: the sum of the differences over the region (all three bytes of 24-bit pixels),
+   added row by row; with a stop limit of 0 or more, the sum reached after the first row that
+   takes it above the limit. 0 for a region without pixels; -1 on misuse or when the
+   reference region is wider or taller than the test region (no message for the latter). */
+QUILP_API int64_t DibDiffer(DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstRect,
+                            tagRect32* etaRect, SDibDifferSetup const& setup);
+
+/*
+ * Sample statistics over a rectangle (clamping rule; null: the whole image) of an 8-bit image
+ * (result[0]) or a 24-bit image (result[0..2]: first, second, third byte of each pixel).
+ * result must hold three doubles; all three are set to 0.0 first, so a failed call leaves
+ * zeros. Within a row, sums of values, squares and products are unsigned 32-bit integers
+ * (exact for rows of up to 66,051 pixels); after each row they are added in double. With N
+ * pixels, 8-bit: N * (Q/N - (S/N)^2) / (N - 1); 24-bit: (N / (N - 1)) * (Q/N - (S/N)^2) per
+ * byte (covariance: P/N - (Sx/N)*(Sy/N) in place of Q/N - (S/N)^2). Fewer than two pixels
+ * (a rectangle wholly outside the image included) give a result that is not a number, with
+ * true.
+ */
+/* False for a null image or result, or a depth other than 8 and 24. */
+QUILP_API bool DibComputeVariance(DibInfo* dib, tagRect32* rect, double* const result);
+/* False for a null image or result; unless the rectangles as given (null: the whole image)
+   have equal right - left and equal bottom - top; when dib1's depth is not 8 or 24; when the
+   second region, clipped to its image, is smaller than the first clipped region. Only dib1's
+   depth is examined: dib2 is read as if it had dib1's depth (its row bytes from its region's
+   first pixel on; bytes beyond its pixel area read as 0). */
+QUILP_API bool DibComputeCovariance(DibInfo* dib1, tagRect32* rect1, DibInfo* dib2,
+                                    tagRect32* rect2, double* const result);
 
 /* (end of comparison and statistics) */
 
