@@ -121,14 +121,15 @@ void RunningExtreme(In in, Out out, T* g, T* h, int n, int r, Ext ext) {
     T* g;
     T* h;
     Ext& ext;
-    void LoadG(int s, int i) { g[s] = in(i); }
-    void ExtG(int s, int i) { g[s] = ext(g[s - 1], in(i)); }
-    void LoadH(int s, int i) { h[s] = in(i); }
-    void ExtH(int s, int i) { h[s] = ext(h[s + 1], in(i)); }
+    T last;  // the running extreme, kept out of memory between steps
+    void LoadG(int s, int i) { g[s] = last = in(i); }
+    void ExtG(int s, int i) { g[s] = last = ext(last, in(i)); }
+    void LoadH(int s, int i) { h[s] = last = in(i); }
+    void ExtH(int s, int i) { h[s] = last = ext(last, in(i)); }
     void OutG(int i, int s) { out(i, g[s]); }
     void OutH(int i, int s) { out(i, h[s]); }
     void OutHG(int i, int hs, int gs) { out(i, ext(h[hs], g[gs])); }
-  } ops{in, out, g, h, ext};
+  } ops{in, out, g, h, ext, T{}};
   RunningExtremeSlots(ops, n, r);
 }
 
