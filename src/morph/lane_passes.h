@@ -117,12 +117,31 @@ inline void CombineRows(uint8_t* out, uint8_t const* const* rows, int count, int
   }
 }
 
-// Small horizontal windows, directly: a row is copied between r identity elements on both
-// sides (and a register's worth more) in buf, then every element combines its 2r + 1
-// neighbours.
+// Small horizontal windows, directly: every element combines its 2r + 1 neighbours. The
+// interior reads the row itself; the two ends (or a short row, or a row written in place) go
+// through a copy between r identity elements on both sides (and a register's worth more).
 template <class V, ByteOp kOp>
 void HorizontalDirectRow(uint8_t* out, uint8_t const* in, int width, int r, uint8_t* buf) {
+  constexpr int K = V::kBytes;
   uint8_t const identity = kOp == ByteOp::kMin ? 255 : 0;
+  if (K > 1 && out != in && width >= 2 * K + 2 * r) {
+    auto at = [r](uint8_t const* p, uint8_t* o) {  // p: the first element of the window
+      typename V::Reg v = V::Load(p);
+      for (int d = 1; d <= 2 * r; ++d) v = Ext<V, kOp>(v, V::Load(p + d));
+      V::Store(o, v);
+    };
+    std::memset(buf, identity, std::size_t(r));
+    std::memcpy(buf + r, in, std::size_t(K + r));
+    at(buf, out);
+    for (int x = K; x < width - K; x += K) {
+      int const at0 = x < width - K - r ? x : width - K - r;
+      at(in + at0 - r, out + at0);
+    }
+    std::memcpy(buf, in + width - K - r, std::size_t(K + r));
+    std::memset(buf + K + r, identity, std::size_t(r));
+    at(buf, out + width - K);
+    return;
+  }
   uint8_t const* taps[2 * kDirectMax + 1];
   for (int d = 0; d <= 2 * r; ++d) taps[d] = buf + d;
   std::memset(buf, identity, std::size_t(r));
