@@ -72,6 +72,8 @@ TEST(GreyFilter, ResultCodes) {
         {"local window below zero", grey.get(), 266, 3, -3, 0, 0, nullptr, nullptr, -1},
         {"local noise below zero", grey.get(), 266, 3, 3, -1, 0, nullptr, nullptr, -1},
         {"flatten window below zero", grey.get(), 267, -5, 0, 0, 0, nullptr, nullptr, -1},
+        {"flatten with the largest window", grey.get(), 267, INT_MAX, 0, 0, 0, nullptr, nullptr, 0},
+        {"minimum with the largest window", grey.get(), 258, 0, INT_MAX, INT_MAX, 0, nullptr, nullptr, 0},
         {"linear", grey.get(), 263, 256, 0, 0, 0, nullptr, nullptr, 0},
         {"negative", grey.get(), 268, 0, 0, 0, 0, nullptr, nullptr, 0},
         {"oper 269", grey.get(), 269, 0, 0, 0, 0, nullptr, nullptr, 0},

@@ -83,6 +83,10 @@ TEST(MorphKernels, PassRefusesBadArguments) {
   EXPECT_EQ(E::Pass(a, b, g, h, -1, 1), 0);
   EXPECT_EQ(E::Pass(a, b, g, h, 4, 0), 0);
   EXPECT_EQ(E::Pass(a, b, g, h, 0, 1), 1);
+  // The largest half size is the whole line.
+  unsigned char in[4] = {9, 3, 7, 5}, out[4] = {};
+  EXPECT_EQ(E::Pass(out, in, g, h, 4, INT32_MAX), 1);
+  for (unsigned char v : out) EXPECT_EQ(v, 3);
 }
 
 namespace {

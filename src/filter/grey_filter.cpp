@@ -147,7 +147,8 @@ int Flatten(CDibFlowControl& frame, DibInfo*& dst, DibInfo const* src, int p1, i
     if (window < 3) window = 3;
   }
   if (window % 2 == 0) ++window;
-  int const sigma256 = p2 != 0 ? p2 : window * 64;  // a quarter of the window
+  // Deviation: a quarter of the window unless given.
+  int const sigma256 = p2 != 0 ? p2 : window > kMaxSigma256 / 64 ? kMaxSigma256 : window * 64;
   DibInfo* background = nullptr;
   int code = DibFilterGrey(background, src, kFilterMaximum, 0, window, window, 0, nullptr, nullptr, rect);
   DibHolder held(code >= 0 ? background : nullptr);

@@ -283,6 +283,9 @@ bool MorphRect(DibPlane const& dst, DibPlane const& src, int hSize, int vSize, M
     return false;
   if (src.format == kDibFormat1 && dst.bitOffset != 0) return false;
   if (src.width <= 0 || src.height <= 0) return true;
+  // A span reaching past both ends of its line is the whole line: larger sizes change nothing.
+  if (hSize > src.width) hSize = src.width;
+  if (vSize > src.height) vSize = src.height;
   try {
     return MorphRectChecked(dst, src, hSize, vSize, op);
   } catch (std::bad_alloc const&) {

@@ -139,6 +139,7 @@ struct TplMorph {
   // pointer is null, n < 0 or r < 1, else 1.
   static int Pass(T* out, T const* in, T* g, T* h, int n, int r) {
     if (!out || !in || !g || !h || n < 0 || r < 1) return 0;
+    if (r > n) r = n;  // the span covers the whole line either way (and 2r stays an int)
     RunningExtreme(
         [in](int i) { return in[i]; }, [out](int i, T v) { out[i] = v; }, g, h, n, r,
         [](T a, T b) { return Extreme<T>::Of(a, b); });
