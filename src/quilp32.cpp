@@ -498,6 +498,18 @@ int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned char chromaLe
 
 // ---- Erosion, dilation and grey filters -------------------------------------------
 
+#include "filter/grey_filter.h"
+#include "morph/distance_erode.h"
+
+bool DibErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32* rect) {
+  return DibDistanceErodeDilate(out, src, amount, rect);
+}
+
+int DibFilterGreyEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, int p2, int p3, int count,
+                    char const* const* names, char const* const* values, tagRect32 const* rect) {
+  return DibFilterGrey(dst, src, oper, p1, p2, p3, count, names, values, rect);
+}
+
 // (end of erosion, dilation and grey filters)
 
 

@@ -436,6 +436,85 @@ QUILP_API int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned cha
 
 /* ---- Erosion, dilation and grey filters ---------------------------------------- */
 
+/*
+ * DibErodeDilate grows or shrinks the set pixels of a 1-bit image evenly in all directions,
+ * by distances in half pixels (city-block), instead of by a rectangle.
+ * The region is rect as given (null: the whole source), W x H pixels; it may reach beyond the
+ * source, whose pixels are read only where they lie inside it; pixels of the region outside
+ * the source, and everything around the region, count as set. Take the grid of half pixels:
+ * for a set pixel, s = the city-block distance from its centre to the nearest clear pixel
+ * (to its square's nearest point: an edge neighbour is 1 away, a corner neighbour 2); for a
+ * clear pixel, d = the same distance to the nearest set pixel. The centre level is min(255,
+ * 127 + s) for a set pixel and max(0, 127 - d) for a clear one, and a pixel of the result is
+ * set when that level is at least T = 127 + 4 amount (amount > 0) or 127 + amount
+ * (amount <= 0). Hence:
+ *   amount -k (dilation by k half pixels): a clear pixel becomes set when d <= k;
+ *   amount k > 0 (erosion by 2k pixels): a set pixel stays set when s >= 4k;
+ *   amount 0 copies the region. With the 1-bit palette (set = white) a positive amount
+ *   thickens dark strokes, a negative one thins them.
+ * amount must lie in -127..32. With out null a new 1-bit W x H image is stored there. With an
+ * image in out, rect (null: the source's whole) must fit it under the exact-fit rule with the
+ * size W x H; column c of the region is then written to bit c counted from the byte that holds
+ * the rectangle's left edge (left / 8 * 8: the region is written shifted to that byte), bits
+ * and rows beyond the image are not written. False, out untouched, for a null or non-1-bit
+ * source, an amount outside -127..32, an empty region, a rectangle that does not fit out, or
+ * no memory (out null: then out stays null). The library's intermediates are released.
+ */
+QUILP_API bool DibErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32* rect);
+
+/*
+ * DibFilterGreyEx: the grey filters of 8-bit images, one operation per code `oper`. Keys (see
+ * keyed-parameter operations above) override positional arguments where listed. The source
+ * area follows the clamping rule; except for 262 and 267 the result is the caller's 8-bit
+ * target (written at its top-left corner; it must be at least as large as the area) or a new
+ * 8-bit record of the area's size with the source's resolution.
+ *
+ *  256  automatic levels: the darkest and lightest 1/200 of the area's pixels are clipped and
+ *       the levels between stretched linearly over 0..255 (rounded); one level only: a copy.
+ *  257  pixel operation of the source s and the target's present pixels t, sub-code = key
+ *       `oper` (default p1): 0 copy s; 1 min(s, t); 2 max(s, t); 3 |s - t|; 4 (s + t + 1) / 2;
+ *       5 min(255, (255 s + t / 2) / max(t, 1)) - t is a background estimate, so paper
+ *       becomes white. A target made by the call is zero. Sub-codes outside 0..5: -1.
+ *  258  minimum over a window hSize x vSize (keys `hSize` default p2, `vSize` default p3,
+ *       `type` default p1), the window cut at the area's borders;
+ *  259  maximum; 260 opening (minimum, then maximum); 261 closing (maximum, then minimum).
+ *       `type` not 0: -1; a negative size: -1; an even size other than 0: -4; size 0 means
+ *       one pixel. Cost per pixel does not depend on the window.
+ *  262  resolution reduction of a 1-, 8-, 24- or 32-bit source (keys `xDPI` default p1,
+ *       `yDPI` default p2): per axis, a DPI of at least 1 with a known source resolution asks
+ *       for round(DPI * 39.37) pixels per metre (factor = source / that); otherwise p3 >= 1
+ *       gives the factor p3 / 100 (new resolution = source / factor); otherwise, or when a
+ *       factor is below 1, or the result would be empty: -1. The result, of the source's
+ *       depth and trunc(size / factor), averages each pixel's footprint by area (per byte;
+ *       1-bit: set when the set area is more than half). A caller's target must have the
+ *       depth and room for it (else -1).
+ *  263  linear mapping. p3 = 0: out = clamp((p2 + v * g + 128) >> 8) with g the low 16 bits of
+ *       p1 as a signed number (gain and offset in 1/256); p3 = 1: clamp(floor(v * p1 / 256 +
+ *       p2 / 256 + 0.5)); other p3: as 264.
+ *  264  power law: out = clamp(trunc((v / 256)^(p3 / 256) * 256 + 0.5)) (exponent p3 / 256).
+ *  265  Gaussian smoothing with standard deviations p1 / 256 (horizontal) and p2 / 256
+ *       (vertical) pixels, out to 3 deviations, edges repeated; 0 leaves a direction alone,
+ *       deviations above 85 pixels are taken as 85; negative: -1.
+ *  266  local contrast normalisation over a p1 x p2 window (even sizes are taken one
+ *       smaller) with a noise allowance of n = p3 levels (0: 24): with the window's minimum lo
+ *       and maximum hi, out = 255 - min(255, round(max(hi - v - n, 0) * 255 / max(hi - lo - n,
+ *       32))): the local paper level, and noise within n of it, becomes white and strokes are
+ *       stretched to black, faint ones too. Choose a window wider than the thickest stroke.
+ *       Negative arguments: -1.
+ *  267  flattening of uneven illumination, four calls of this function: maximum and then
+ *       minimum over a window of p1 pixels (0: a sixth of an inch, 21 pixels at an unknown
+ *       resolution; even sizes one larger) estimate the paper, 265 smooths it with deviation
+ *       p2 / 256 (0: a quarter of the window), then 257 sub-code 5 divides the source by it.
+ *       The first negative code of a step is returned; intermediates are released.
+ *  268  negative: 255 - v.
+ * Codes below 256 (and a null source): -1. Codes above 268 return 0 after the source and the
+ * result are prepared (a new result is a blank record the caller then owns). Other negative
+ * codes come from the call frame (-1 bad list or source, -3 no memory) and kernels (-2).
+ */
+QUILP_API int DibFilterGreyEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, int p2,
+                              int p3, int count, char const* const* names,
+                              char const* const* values, tagRect32 const* rect);
+
 /* (end of erosion, dilation and grey filters) */
 
 

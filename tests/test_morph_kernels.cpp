@@ -83,6 +83,10 @@ TEST(MorphKernels, PassRefusesBadArguments) {
   EXPECT_EQ(E::Pass(a, b, g, h, -1, 1), 0);
   EXPECT_EQ(E::Pass(a, b, g, h, 4, 0), 0);
   EXPECT_EQ(E::Pass(a, b, g, h, 0, 1), 1);
+  // The largest half size is the whole line.
+  unsigned char in[4] = {9, 3, 7, 5}, out[4] = {};
+  EXPECT_EQ(E::Pass(out, in, g, h, 4, INT32_MAX), 1);
+  for (unsigned char v : out) EXPECT_EQ(v, 3);
 }
 
 namespace {
@@ -153,14 +157,24 @@ TEST(MorphKernels, WideAreasAndTallBandsOnEveryPath) {
 }
 
 TEST(MorphKernels, InPlaceAndTheBitsBeyondA1BitArea) {
-  // In place: the same area as source and destination.
+  // In place: the same area as source and destination, small and large windows, every path.
+  std::vector<Tier> tiers = VectorTiers();
+  tiers.insert(tiers.begin(), Tier::kScalar);
+  int const sizes[][2] = {{3, 4}, {2, 0}, {1, 1}, {0, 2}, {2, 9}};
+  for (Tier tier : tiers)
+    for (auto const& s : sizes) {
+      ScopedTier cap(tier);
+      DibPtr grey = RandomDib(157, 40, 8, false, 3);
+      DibPtr copy(DibCreate(157, 40, 0, 0, 8));
+      std::memcpy(copy->BitsPtr(), grey->BitsPtr(), grey->biSizeImage);
+      DibPtr want(DibCreate(157, 40, 0, 0, 8));
+      ASSERT_TRUE(quilp::MorphRect(PlaneOf(want.get()), PlaneOf(copy.get()), s[0], s[1], MorphOp::kDilate));
+      ASSERT_TRUE(quilp::MorphRect(PlaneOf(grey.get()), PlaneOf(grey.get()), s[0], s[1], MorphOp::kDilate));
+      for (int y = 0; y < 40; ++y)
+        ASSERT_EQ(std::memcmp(want->GetLine(y), grey->GetLine(y), 157), 0)
+            << quilp::simd::TierName(tier) << " sizes " << s[0] << "," << s[1];
+    }
   DibPtr grey = RandomDib(57, 40, 8, false, 3);
-  DibPtr copy(DibCreate(57, 40, 0, 0, 8));
-  std::memcpy(copy->BitsPtr(), grey->BitsPtr(), grey->biSizeImage);
-  DibPtr want(DibCreate(57, 40, 0, 0, 8));
-  ASSERT_TRUE(quilp::MorphRect(PlaneOf(want.get()), PlaneOf(copy.get()), 3, 4, MorphOp::kDilate));
-  ASSERT_TRUE(quilp::MorphRect(PlaneOf(grey.get()), PlaneOf(grey.get()), 3, 4, MorphOp::kDilate));
-  for (int y = 0; y < 40; ++y) ASSERT_EQ(std::memcmp(want->GetLine(y), grey->GetLine(y), 57), 0);
 
   // A 1-bit destination area 13 pixels wide inside a wider record: pixels 13.. stay.
   DibPtr src = RandomDib(13, 9, 1, false, 4);

@@ -1,19 +1,25 @@
-// lane_passes.h - the vector drivers of the rectangle erosion, written once for any register.
+// lane_passes.h - the drivers of the rectangle erosion, written once for any register.
 //
-// Included by the SSE4.1 and AVX2 files only, each with its own register type V (in an
+// Included by the scalar, SSE4.1 and AVX2 files, each with its own register type V (in an
 // unnamed namespace, so each file gets its own instantiations):
-//   V::Reg, V::kBytes (16 or 32), Load / Store (unaligned), Min / Max / And / Or (per byte),
-//   Unpack{Lo,Hi}{8,16,32,64} (per 128-bit lane), LoadTile / StoreTile (see below).
-// Vertical pass: the elements of RunningExtreme are strips of 2 * kBytes bytes of a row, so
-// each lane is one byte column; the pass reads the whole strip into g and h before writing.
+//   V::Reg, V::kBytes (1, 16 or 32), Load / Store (unaligned), Min / Max / And / Or (per
+//   byte); the vector ones also Unpack{Lo,Hi}{8,16,32,64} (per 128-bit lane) and LoadTile /
+//   StoreTile for the transposition.
+// Vertical pass: the elements of the running extremes are whole rows (each byte a lane), so
+// every step streams through rows in order; it reads a block of 2r rows, then writes the rows
+// whose spans end in it, and may write over its input.
 // Horizontal pass of 8-bit rows: a band of kBytes rows is transposed, 16 x 16 bytes at a time,
 // into a line whose element x holds pixel x of every row of the band (the band's rows become
 // lanes), the pass runs along that line, and the line is transposed back. A width that is not
 // a multiple of 16 ends with a tile that overlaps the one before it.
+// Half sizes up to kSmallWindow are combined directly (2r combinations per element beat the
+// running extremes' three plus their scratch traffic); when both are small the horizontal
+// result of each row goes straight into the ring of rows the vertical pass combines.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -32,68 +38,182 @@ inline typename V::Reg Ext(typename V::Reg a, typename V::Reg b) {
 }
 
 template <class V>
-struct Pair {
-  typename V::Reg a, b;
-};
-template <class V>
 struct Single {  // one register: an element of the horizontal pass
   typename V::Reg a;
 };
 
-// Byte columns [0, return value) of the vertical pass; the caller finishes the rest.
+// out[x] = ext(a[x], b[x]) for x < bytes; out is neither a nor b. A row that is not a whole
+// number of registers ends with a register that overlaps the one before it.
 template <class V, ByteOp kOp>
-int VerticalStrips(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                   std::ptrdiff_t srcStep, int bytes, int n, int r, Pair<V>* g, Pair<V>* h) {
+inline void CombineRow(uint8_t* out, uint8_t const* a, uint8_t const* b, int bytes) {
   constexpr int K = V::kBytes;
-  int x0 = 0;
-  for (; x0 + 2 * K <= bytes; x0 += 2 * K) {
-    auto in = [&](int i) {
-      uint8_t const* p = src + srcStep * i + x0;
-      return Pair<V>{V::Load(p), V::Load(p + K)};
-    };
-    auto out = [&](int i, Pair<V> const& v) {
-      uint8_t* p = dst + dstStep * i + x0;
-      V::Store(p, v.a);
-      V::Store(p + K, v.b);
-    };
-    auto ext = [](Pair<V> const& a, Pair<V> const& b) {
-      return Pair<V>{Ext<V, kOp>(a.a, b.a), Ext<V, kOp>(a.b, b.b)};
-    };
-    RunningExtreme(in, out, g, h, n, r, ext);
+  int x = 0;
+  for (; x + K <= bytes; x += K) V::Store(out + x, Ext<V, kOp>(V::Load(a + x), V::Load(b + x)));
+  if (x == bytes) return;
+  if (bytes >= K) {
+    x = bytes - K;
+    V::Store(out + x, Ext<V, kOp>(V::Load(a + x), V::Load(b + x)));
+    return;
   }
-  if (x0 + K <= bytes) {  // one register wide: the second half of the pair idles
-    auto in = [&](int i) {
-      typename V::Reg const v = V::Load(src + srcStep * i + x0);
-      return Pair<V>{v, v};
-    };
-    auto out = [&](int i, Pair<V> const& v) { V::Store(dst + dstStep * i + x0, v.a); };
-    auto ext = [](Pair<V> const& a, Pair<V> const& b) {
-      return Pair<V>{Ext<V, kOp>(a.a, b.a), a.b};
-    };
-    RunningExtreme(in, out, g, h, n, r, ext);
-    x0 += K;
+  for (; x < bytes; ++x) {
+    uint8_t const p = a[x], q = b[x];
+    out[x] = kOp == ByteOp::kMin ? (q < p ? q : p) : kOp == ByteOp::kMax ? (q > p ? q : p)
+             : kOp == ByteOp::kAnd ? uint8_t(p & q) : uint8_t(p | q);
   }
-  return x0;
 }
 
-// The vertical pass: vector strips, the last narrow columns by `rest` (a narrower table).
+// The vertical pass with whole rows as elements: g and h hold rows in slots of `slot` bytes,
+// and every step streams through rows in order, so the pass reads the area once.
+template <class V, ByteOp kOp>
+struct RowOps {
+  uint8_t* dst;
+  std::ptrdiff_t dstStep;
+  uint8_t const* src;
+  std::ptrdiff_t srcStep;
+  int bytes, n, r;
+  std::size_t slot;
+  uint8_t* g;
+  uint8_t* h;
+  RowFeed const* feed;
+
+  uint8_t const* In(int i) const { return src + srcStep * i; }
+  uint8_t* G(int s) const { return g + slot * std::size_t(s); }
+  uint8_t* H(int s) const { return h + slot * std::size_t(s); }
+  void LoadG(int s, int i) {
+    if (s == 0 && feed) feed->ready(feed->context, n - i > 2 * r ? i + 2 * r : n);
+    std::memcpy(G(s), In(i), std::size_t(bytes));
+  }
+  void ExtG(int s, int i) { CombineRow<V, kOp>(G(s), G(s - 1), In(i), bytes); }
+  void LoadH(int s, int i) { std::memcpy(H(s), In(i), std::size_t(bytes)); }
+  void ExtH(int s, int i) { CombineRow<V, kOp>(H(s), H(s + 1), In(i), bytes); }
+  void OutG(int i, int s) { std::memmove(dst + dstStep * i, G(s), std::size_t(bytes)); }
+  void OutH(int i, int s) { std::memmove(dst + dstStep * i, H(s), std::size_t(bytes)); }
+  void OutHG(int i, int hs, int gs) { CombineRow<V, kOp>(dst + dstStep * i, H(hs), G(gs), bytes); }
+};
+
+inline constexpr int kDirectMax = kSmallWindow;
+
+// out[x] = ext over rows[0 .. count - 1] at x, for x < bytes.
+template <class V, ByteOp kOp>
+inline void CombineRows(uint8_t* out, uint8_t const* const* rows, int count, int bytes) {
+  constexpr int K = V::kBytes;
+  auto at = [&](int x) {
+    typename V::Reg v = V::Load(rows[0] + x);
+    for (int j = 1; j < count; ++j) v = Ext<V, kOp>(v, V::Load(rows[j] + x));
+    V::Store(out + x, v);
+  };
+  int x = 0;
+  for (; x + K <= bytes; x += K) at(x);
+  if (x == bytes) return;
+  if (bytes >= K) return at(bytes - K);
+  for (; x < bytes; ++x) {  // narrower than one register
+    uint8_t v = rows[0][x];
+    for (int j = 1; j < count; ++j) {
+      uint8_t const q = rows[j][x];
+      v = kOp == ByteOp::kMin ? (q < v ? q : v) : kOp == ByteOp::kMax ? (q > v ? q : v)
+          : kOp == ByteOp::kAnd ? uint8_t(v & q) : uint8_t(v | q);
+    }
+    out[x] = v;
+  }
+}
+
+// Small horizontal windows, directly: every element combines its 2r + 1 neighbours. The
+// interior reads the row itself; the two ends (or a short row, or a row written in place) go
+// through a copy between r identity elements on both sides (and a register's worth more).
+template <class V, ByteOp kOp>
+void HorizontalDirectRow(uint8_t* out, uint8_t const* in, int width, int r, uint8_t* buf) {
+  constexpr int K = V::kBytes;
+  uint8_t const identity = kOp == ByteOp::kMin ? 255 : 0;
+  if (K > 1 && out != in && width >= 2 * K + 2 * r) {
+    auto at = [r](uint8_t const* p, uint8_t* o) {  // p: the first element of the window
+      typename V::Reg v = V::Load(p);
+      for (int d = 1; d <= 2 * r; ++d) v = Ext<V, kOp>(v, V::Load(p + d));
+      V::Store(o, v);
+    };
+    std::memset(buf, identity, std::size_t(r));
+    std::memcpy(buf + r, in, std::size_t(K + r));
+    at(buf, out);
+    for (int x = K; x < width - K; x += K) {
+      int const at0 = x < width - K - r ? x : width - K - r;
+      at(in + at0 - r, out + at0);
+    }
+    std::memcpy(buf, in + width - K - r, std::size_t(K + r));
+    std::memset(buf + K + r, identity, std::size_t(r));
+    at(buf, out + width - K);
+    return;
+  }
+  uint8_t const* taps[2 * kDirectMax + 1];
+  for (int d = 0; d <= 2 * r; ++d) taps[d] = buf + d;
+  std::memset(buf, identity, std::size_t(r));
+  std::memcpy(buf + r, in, std::size_t(width));
+  std::memset(buf + r + width, identity, std::size_t(r + V::kBytes));
+  CombineRows<V, kOp>(out, taps, 2 * r + 1, width);
+}
+
+// Small vertical windows: input rows enter a ring of 2r + 1 rows as they are first needed
+// (copied, or filtered horizontally with a small window rh when rh > 0), so the output may
+// overwrite the input.
+template <class V, ByteOp kOp>
+bool VerticalDirect(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+                    std::ptrdiff_t srcStep, int bytes, int n, int r, RowFeed const* feed,
+                    int rh = 0) {
+  int const slots = 2 * r + 1;
+  std::size_t const slot = (std::size_t(bytes) + 2 * kDirectMax + 2 * V::kBytes + 63) & ~std::size_t(63);
+  std::unique_ptr<uint8_t[]> ring(new (std::nothrow) uint8_t[slot * std::size_t(slots + 1)]);
+  if (!ring) return false;
+  uint8_t* const buf = ring.get() + slot * std::size_t(slots);
+  uint8_t const* rows[2 * kDirectMax + 1];
+  int loaded = 0;
+  for (int i = 0; i < n; ++i) {
+    int const lo = i - r > 0 ? i - r : 0, hi = i + r < n ? i + r : n - 1;
+    for (; loaded <= hi; ++loaded) {
+      if (feed) feed->ready(feed->context, loaded + 1);
+      uint8_t* const to = ring.get() + slot * std::size_t(loaded % slots);
+      if (rh > 0) HorizontalDirectRow<V, kOp>(to, src + srcStep * loaded, bytes, rh, buf);
+      else std::memcpy(to, src + srcStep * loaded, std::size_t(bytes));
+    }
+    for (int j = lo; j <= hi; ++j) rows[j - lo] = ring.get() + slot * std::size_t(j % slots);
+    CombineRows<V, kOp>(dst + dstStep * i, rows, hi - lo + 1, bytes);
+  }
+  return true;
+}
+
+// Both windows small (8-bit rows): each source row is filtered horizontally straight into
+// the ring of the vertical pass, one read of the source and one write of the result.
+template <class V>
+bool Small8(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+            std::ptrdiff_t srcStep, int width, int rows, int rh, int rv) {
+  if (op == MorphOp::kErode)
+    return VerticalDirect<V, ByteOp::kMin>(dst, dstStep, src, srcStep, width, rows, rv, nullptr, rh);
+  return VerticalDirect<V, ByteOp::kMax>(dst, dstStep, src, srcStep, width, rows, rv, nullptr, rh);
+}
+
+template <class V, ByteOp kOp>
+bool VerticalRows(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+                  std::ptrdiff_t srcStep, int bytes, int n, int r, RowFeed const* feed) {
+  if (n <= 0 || bytes <= 0) return true;
+  if (r <= kDirectMax) return VerticalDirect<V, kOp>(dst, dstStep, src, srcStep, bytes, n, r, feed);
+  std::size_t const slot = (std::size_t(bytes) + 63) & ~std::size_t(63);
+  std::size_t const gRows = std::size_t(n < 2 * r ? n : 2 * r);
+  std::size_t const hRows = std::size_t(n < 4 * r ? n : 4 * r);
+  std::unique_ptr<uint8_t[]> scratch(new (std::nothrow) uint8_t[slot * (gRows + hRows)]);
+  if (!scratch) return false;
+  RowOps<V, kOp> ops{dst, dstStep, src, srcStep, bytes, n, r, slot,
+                     scratch.get(), scratch.get() + slot * gRows, feed};
+  RunningExtremeSlots(ops, n, r);
+  return true;
+}
+
 template <class V>
 bool Vertical(ByteOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-              std::ptrdiff_t srcStep, int bytes, int n, int r, MorphKernels const& rest) {
-  int done = 0;
-  if (bytes >= V::kBytes) {
-    std::unique_ptr<Pair<V>[]> g(new (std::nothrow) Pair<V>[std::size_t(n)]);
-    std::unique_ptr<Pair<V>[]> h(new (std::nothrow) Pair<V>[std::size_t(n)]);
-    if (!g || !h) return false;
-    switch (op) {
-      case ByteOp::kMin: done = VerticalStrips<V, ByteOp::kMin>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-      case ByteOp::kMax: done = VerticalStrips<V, ByteOp::kMax>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-      case ByteOp::kAnd: done = VerticalStrips<V, ByteOp::kAnd>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-      case ByteOp::kOr: done = VerticalStrips<V, ByteOp::kOr>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-    }
+              std::ptrdiff_t srcStep, int bytes, int n, int r, RowFeed const* feed) {
+  switch (op) {
+    case ByteOp::kMin: return VerticalRows<V, ByteOp::kMin>(dst, dstStep, src, srcStep, bytes, n, r, feed);
+    case ByteOp::kMax: return VerticalRows<V, ByteOp::kMax>(dst, dstStep, src, srcStep, bytes, n, r, feed);
+    case ByteOp::kAnd: return VerticalRows<V, ByteOp::kAnd>(dst, dstStep, src, srcStep, bytes, n, r, feed);
+    case ByteOp::kOr: return VerticalRows<V, ByteOp::kOr>(dst, dstStep, src, srcStep, bytes, n, r, feed);
   }
-  if (done == bytes) return true;
-  return rest.vertical(op, dst + done, dstStep, src + done, srcStep, bytes - done, n, r);
+  return false;
 }
 
 // 16 x 16 bytes per 128-bit lane: register k holds row k, afterwards register j column j.
@@ -137,10 +257,15 @@ void HorizontalBands(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
       in[k] = src + srcStep * (y0 + (k < nr ? k : nr - 1));  // missing rows repeat the last
       out[k] = dst + dstStep * (y0 + (k < nr ? k : nr - 1));
     }
+    // Full bands address their rows from a base and a step (no table of row pointers).
+    bool const full = nr == L;
+    uint8_t const* const inBase = src + srcStep * y0;
+    uint8_t* const outBase = dst + dstStep * y0;
     typename V::Reg t[16];
     for (int x = 0;; x += 16) {
       if (x > width - 16) x = width - 16;
-      V::LoadTile(in, x, t);
+      if (full) V::LoadTile(inBase, srcStep, x, t);
+      else V::LoadTile(in, x, t);
       Transpose<V>(t);
       for (int j = 0; j < 16; ++j) line[x + j].a = t[j];
       if (x == width - 16) break;
@@ -151,27 +276,61 @@ void HorizontalBands(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
       if (x > width - 16) x = width - 16;
       for (int j = 0; j < 16; ++j) t[j] = line[x + j].a;
       Transpose<V>(t);
-      V::StoreTile(out, x, t, nr);
+      if (full) V::StoreTile(outBase, dstStep, x, t);
+      else V::StoreTile(out, x, t, nr);
       if (x == width - 16) break;
     }
   }
 }
 
+inline std::size_t Align64(std::size_t n) { return (n + 63) & ~std::size_t(63); }
+
+template <class V, ByteOp kOp>
+void HorizontalDirect(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+                      std::ptrdiff_t srcStep, int width, int rows, int r, uint8_t* buf) {
+  for (int y = 0; y < rows; ++y)
+    HorizontalDirectRow<V, kOp>(dst + dstStep * y, src + srcStep * y, width, r, buf);
+}
+
 template <class V>
-bool Horizontal8(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                 std::ptrdiff_t srcStep, int width, int rows, int r) {
-  if (width < 16)
-    return MorphKernelsScalar().horizontal8(op, dst, dstStep, src, srcStep, width, rows, r);
-  std::size_t const n = std::size_t(width);
-  std::unique_ptr<Single<V>[]> line(new (std::nothrow) Single<V>[n]);
-  std::unique_ptr<Single<V>[]> g(new (std::nothrow) Single<V>[n]);
-  std::unique_ptr<Single<V>[]> h(new (std::nothrow) Single<V>[n]);
-  if (!line || !g || !h) return false;
-  if (op == MorphOp::kErode)
-    HorizontalBands<V, MorphOp::kErode>(dst, dstStep, src, srcStep, width, rows, r, line.get(), g.get(), h.get());
-  else
-    HorizontalBands<V, MorphOp::kDilate>(dst, dstStep, src, srcStep, width, rows, r, line.get(), g.get(), h.get());
-  return true;
+std::size_t HorizontalScratch(int width) {
+  std::size_t const w = std::size_t(width > 0 ? width : 1);
+  std::size_t const lane = sizeof(Single<V>) > 2 ? sizeof(Single<V>) : 2;
+  return 64 + 3 * Align64(lane * w) + Align64(w + 2 * kDirectMax + V::kBytes);
+}
+
+// Small windows directly; otherwise the running extremes on transposed bands when a register
+// holds 16 rows or more and the rows are 16 wide, else along each row.
+template <class V>
+void Horizontal8(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+                 std::ptrdiff_t srcStep, int width, int rows, int r, void* scratch) {
+  uint8_t* base = static_cast<uint8_t*>(scratch);
+  base += (64 - reinterpret_cast<std::uintptr_t>(base) % 64) % 64;
+  bool const erode = op == MorphOp::kErode;
+  if (r <= kDirectMax) {
+    if (erode) HorizontalDirect<V, ByteOp::kMin>(dst, dstStep, src, srcStep, width, rows, r, base);
+    else HorizontalDirect<V, ByteOp::kMax>(dst, dstStep, src, srcStep, width, rows, r, base);
+    return;
+  }
+  if constexpr (V::kBytes >= 16) {
+    if (width >= 16) {
+      std::size_t const part = Align64(sizeof(Single<V>) * std::size_t(width));
+      auto* line = reinterpret_cast<Single<V>*>(base);
+      auto* g = reinterpret_cast<Single<V>*>(base + part);
+      auto* h = reinterpret_cast<Single<V>*>(base + 2 * part);
+      if (erode) HorizontalBands<V, MorphOp::kErode>(dst, dstStep, src, srcStep, width, rows, r, line, g, h);
+      else HorizontalBands<V, MorphOp::kDilate>(dst, dstStep, src, srcStep, width, rows, r, line, g, h);
+      return;
+    }
+  }
+  uint8_t* g = base;
+  uint8_t* h = base + width;
+  for (int y = 0; y < rows; ++y) {
+    uint8_t const* in = src + srcStep * y;
+    uint8_t* out = dst + dstStep * y;
+    if (erode) TplErode<unsigned char>::Pass(out, in, g, h, width, r);
+    else TplDilate<unsigned char>::Pass(out, in, g, h, width, r);
+  }
 }
 
 }  // namespace lanes

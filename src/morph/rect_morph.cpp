@@ -1,8 +1,10 @@
-// rect_morph.cpp - erosion and dilation by a rectangle: drivers and the scalar kernels.
+// rect_morph.cpp - erosion and dilation by a rectangle: the driver and the scalar kernels.
 //
-// The vertical pass runs TplErode / TplDilate down strips of 64 byte columns (each byte a lane
-// of its own). The horizontal pass of 8-bit rows runs the pass along each row, of 24-bit rows
-// on Rgb<unsigned char> pixels. The horizontal pass of 1-bit rows works on runs instead: the
+// MorphRect runs the horizontal pass a band of rows ahead of the vertical pass, which follows
+// in place in the destination, so the area is read once and written once (lane_passes.h has
+// the row drivers; the scalar table instantiates them with one byte per "register"). The
+// horizontal pass of 8-bit rows runs TplErode / TplDilate along each row, of 24-bit rows on
+// Rgb<unsigned char> pixels. The horizontal pass of 1-bit rows works on runs instead: the
 // dilation of a row is the union of its runs of set bits, each widened by r on both sides
 // (merged as they meet, so every output word is written once), and erosion is the dilation of
 // the complement. Scanning with count-leading-zeros costs one step per 64 pixels plus one per
@@ -15,84 +17,36 @@
 #include <new>
 #include <vector>
 
+#include "morph/lane_passes.h"
 #include "morph/tpl_erode.h"
 #include "simd/dispatch.h"
 
 namespace quilp {
 namespace {
 
-template <class T>
-std::unique_ptr<T[]> Lines(std::size_t n) {
-  return std::unique_ptr<T[]>(new (std::nothrow) T[n ? n : 1]);
-}
+// ---- Scalar kernels ---------------------------------------------------------------------
 
-// ---- Scalar vertical pass --------------------------------------------------------------
-
-constexpr int kStrip = 64;
-struct Lanes {
-  uint8_t v[kStrip];
+// One byte per "register": the shared row drivers then read as plain loops.
+struct Bytes {
+  using Reg = uint8_t;
+  static constexpr int kBytes = 1;
+  static Reg Load(uint8_t const* p) { return *p; }
+  static void Store(uint8_t* p, Reg v) { *p = v; }
+  static Reg Min(Reg a, Reg b) { return b < a ? b : a; }
+  static Reg Max(Reg a, Reg b) { return b > a ? b : a; }
+  static Reg And(Reg a, Reg b) { return Reg(a & b); }
+  static Reg Or(Reg a, Reg b) { return Reg(a | b); }
 };
 
-template <ByteOp kOp>
-inline uint8_t Combine(uint8_t a, uint8_t b) {
-  if constexpr (kOp == ByteOp::kMin) return b < a ? b : a;
-  else if constexpr (kOp == ByteOp::kMax) return b > a ? b : a;
-  else if constexpr (kOp == ByteOp::kAnd) return a & b;
-  else return a | b;
-}
-
-template <ByteOp kOp>
-void VerticalStrips(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                    std::ptrdiff_t srcStep, int bytes, int n, int r, Lanes* g, Lanes* h) {
-  auto ext = [](Lanes a, Lanes const& b) {
-    for (int k = 0; k < kStrip; ++k) a.v[k] = Combine<kOp>(a.v[k], b.v[k]);
-    return a;
-  };
-  for (int x0 = 0; x0 < bytes; x0 += kStrip) {
-    int const w = bytes - x0 < kStrip ? bytes - x0 : kStrip;
-    auto in = [&](int i) {
-      Lanes l{};
-      std::memcpy(l.v, src + srcStep * i + x0, std::size_t(w));
-      return l;
-    };
-    auto out = [&](int i, Lanes const& l) { std::memcpy(dst + dstStep * i + x0, l.v, std::size_t(w)); };
-    RunningExtreme(in, out, g, h, n, r, ext);
-  }
-}
-
-bool VerticalScalar(ByteOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                    std::ptrdiff_t srcStep, int bytes, int n, int r) {
-  auto g = Lines<Lanes>(std::size_t(n)), h = Lines<Lanes>(std::size_t(n));
-  if (!g || !h) return false;
-  switch (op) {
-    case ByteOp::kMin: VerticalStrips<ByteOp::kMin>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-    case ByteOp::kMax: VerticalStrips<ByteOp::kMax>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-    case ByteOp::kAnd: VerticalStrips<ByteOp::kAnd>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-    case ByteOp::kOr: VerticalStrips<ByteOp::kOr>(dst, dstStep, src, srcStep, bytes, n, r, g.get(), h.get()); break;
-  }
-  return true;
-}
-
-// ---- Scalar horizontal passes of 8- and 24-bit rows -----------------------------------
-
 template <class T>
-bool HorizontalRows(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                    std::ptrdiff_t srcStep, int width, int rows, int r) {
-  auto g = Lines<T>(std::size_t(width)), h = Lines<T>(std::size_t(width));
-  auto line = Lines<T>(std::size_t(width));
-  if (!g || !h || !line) return false;
+void HorizontalRows(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+                    std::ptrdiff_t srcStep, int width, int rows, int r, T* g, T* h) {
   for (int y = 0; y < rows; ++y) {
-    std::memcpy(line.get(), src + srcStep * y, sizeof(T) * std::size_t(width));
-    if (op == MorphOp::kErode) TplErode<T>::Pass(line.get(), line.get(), g.get(), h.get(), width, r);
-    else TplDilate<T>::Pass(line.get(), line.get(), g.get(), h.get(), width, r);
-    std::memcpy(dst + dstStep * y, line.get(), sizeof(T) * std::size_t(width));
+    T const* in = reinterpret_cast<T const*>(src + srcStep * y);
+    T* out = reinterpret_cast<T*>(dst + dstStep * y);
+    if (op == MorphOp::kErode) TplErode<T>::Pass(out, in, g, h, width, r);
+    else TplDilate<T>::Pass(out, in, g, h, width, r);
   }
-  return true;
-}
-
-bool Horizontal8Scalar(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                       std::ptrdiff_t srcStep, int width, int rows, int r) {
-  return HorizontalRows<unsigned char>(op, dst, dstStep, src, srcStep, width, rows, r);
 }
 
 // ---- Horizontal pass of 1-bit rows, by runs ------------------------------------------
@@ -178,45 +132,95 @@ void StoreBits(std::vector<uint64_t> const& words, uint8_t* p, int width, bool c
   }
 }
 
-bool Horizontal1(MorphOp op, DibPlane const& dst, DibPlane const& src, int r) {
-  BitRow row;
-  std::vector<uint64_t> out;
-  try {
-    row.words.resize(std::size_t(src.width + 63) / 64 + 1);
-    out.resize(row.words.size());
-  } catch (std::bad_alloc const&) {
-    return false;
-  }
+// Rows y0 .. y1 - 1 of a 1-bit area, by runs; out is scratch of the row's word count.
+void Horizontal1(MorphOp op, DibPlane const& dst, DibPlane const& src, int r, int y0, int y1,
+                 BitRow& row, std::vector<uint64_t>& out) {
   bool const erode = op == MorphOp::kErode;  // erosion: dilate the clear pixels
-  for (int y = 0; y < src.height; ++y) {
+  for (int y = y0; y < y1; ++y) {
     row.Load(src.Row(y), src.bitOffset, src.width, erode);
     DilateRuns(row, out, r);
     StoreBits(out, dst.Row(y), dst.width, erode);
   }
-  return true;
 }
 
-// Copies an area (1-bit: from any bit offset to offset 0, keeping the destination's bits
-// beyond the width).
-void CopyArea(DibPlane const& dst, DibPlane const& src) {
+// Copies rows y0 .. y1 - 1 of an area (1-bit: from any bit offset to offset 0, keeping the
+// destination's bits beyond the width).
+void CopyRows(DibPlane const& dst, DibPlane const& src, int y0, int y1, BitRow& row) {
   if (dst.data == src.data && dst.bitOffset == src.bitOffset) return;
   if (src.format == kDibFormat1) {
-    BitRow row;
-    row.words.resize(std::size_t(src.width + 63) / 64 + 1);
-    for (int y = 0; y < src.height; ++y) {
+    for (int y = y0; y < y1; ++y) {
       row.Load(src.Row(y), src.bitOffset, src.width, false);
       StoreBits(row.words, dst.Row(y), dst.width, false);
     }
     return;
   }
   std::size_t const bytes = std::size_t(src.width) * std::size_t(BytesPerPixel(src.format));
-  for (int y = 0; y < src.height; ++y) std::memmove(dst.Row(y), src.Row(y), bytes);
+  for (int y = y0; y < y1; ++y) std::memmove(dst.Row(y), src.Row(y), bytes);
 }
+
+// The horizontal pass (or the copy that brings a 1-bit source to the destination's bit
+// offset), run ahead of the vertical pass a band of rows at a time.
+class HorizontalFeed {
+ public:
+  static constexpr int kBand = 32;
+
+  HorizontalFeed(MorphKernels const& k, DibPlane const& dst, DibPlane const& src, int r,
+                 MorphOp op)
+      : k_(k), dst_(dst), src_(src), r_(r), op_(op) {}
+
+  bool Prepare() {
+    if (src_.format == kDibFormat1) {
+      row_.words.resize(std::size_t(src_.width + 63) / 64 + 1);
+      words_.resize(row_.words.size());
+    } else if (src_.format == kDibFormat24 && r_ > 0) {
+      std::size_t const n = std::size_t(src_.width);
+      pixels_.resize(2 * n);
+    } else if (r_ > 0) {
+      scratch_.reset(new (std::nothrow) uint8_t[k_.horizontalScratch(src_.width)]);
+      if (!scratch_) return false;
+    }
+    return true;
+  }
+
+  void Ready(int rowEnd) {
+    while (done_ < rowEnd) {
+      int const y1 = src_.height - done_ > kBand ? done_ + kBand : src_.height;
+      Rows(done_, y1);
+      done_ = y1;
+    }
+  }
+
+  static void ReadyThunk(void* self, int rowEnd) { static_cast<HorizontalFeed*>(self)->Ready(rowEnd); }
+
+ private:
+  void Rows(int y0, int y1) {
+    if (r_ == 0) return CopyRows(dst_, src_, y0, y1, row_);
+    if (src_.format == kDibFormat1) return Horizontal1(op_, dst_, src_, r_, y0, y1, row_, words_);
+    if (src_.format == kDibFormat8)
+      return k_.horizontal8(op_, dst_.Row(y0), dst_.stride, src_.Row(y0), src_.stride,
+                            src_.width, y1 - y0, r_, scratch_.get());
+    using P = Rgb<unsigned char>;
+    std::size_t const n = std::size_t(src_.width);
+    HorizontalRows<P>(op_, dst_.Row(y0), dst_.stride, src_.Row(y0), src_.stride, src_.width,
+                      y1 - y0, r_, pixels_.data(), pixels_.data() + n);
+  }
+
+  MorphKernels const& k_;
+  DibPlane dst_, src_;
+  int r_;
+  MorphOp op_;
+  int done_ = 0;
+  BitRow row_;
+  std::vector<uint64_t> words_;
+  std::vector<Rgb<unsigned char>> pixels_;
+  std::unique_ptr<uint8_t[]> scratch_;
+};
 
 }  // namespace
 
 MorphKernels const& MorphKernelsScalar() {
-  static MorphKernels const table = {VerticalScalar, Horizontal8Scalar};
+  static MorphKernels const table = {lanes::Vertical<Bytes>, lanes::HorizontalScratch<Bytes>,
+                                    lanes::Horizontal8<Bytes>, lanes::Small8<Bytes>};
   return table;
 }
 
@@ -230,28 +234,26 @@ namespace {
 bool MorphRectChecked(DibPlane const& dst, DibPlane const& src, int hSize, int vSize,
                       MorphOp op) {
   MorphKernels const& k = MorphKernelsActive();
-  bool const erode = op == MorphOp::kErode;
-  // Horizontal pass into dst (or a plain copy), then the vertical pass in place.
-  if (hSize == 0) {
-    if (vSize == 0 || src.format == kDibFormat1) CopyArea(dst, src);
-  } else if (src.format == kDibFormat1) {
-    if (!Horizontal1(op, dst, src, hSize)) return false;
-  } else if (src.format == kDibFormat8) {
-    if (!k.horizontal8(op, dst.data, dst.stride, src.data, src.stride, src.width, src.height, hSize))
-      return false;
-  } else if (!HorizontalRows<Rgb<unsigned char>>(op, dst.data, dst.stride, src.data, src.stride,
-                                                 src.width, src.height, hSize)) {
-    return false;
+  bool const bits = src.format == kDibFormat1;
+  HorizontalFeed feed(k, dst, src, hSize, op);
+  if (!feed.Prepare()) return false;
+  if (vSize == 0) {
+    feed.Ready(src.height);
+    return true;
   }
-  if (vSize == 0) return true;
-  // A 1-bit source was already brought to the destination's offset; 8- and 24-bit rows go
-  // straight from the source when there was no horizontal pass.
-  bool const fromSrc = hSize == 0 && src.format != kDibFormat1;
-  uint8_t const* from = fromSrc ? src.data : dst.data;
-  std::ptrdiff_t const fromStep = fromSrc ? src.stride : dst.stride;
-  if (src.format != kDibFormat1)
-    return k.vertical(erode ? ByteOp::kMin : ByteOp::kMax, dst.data, dst.stride, from, fromStep,
-                      src.width * BytesPerPixel(src.format), dst.height, vSize);
+  ByteOp const byteOp = op == MorphOp::kErode ? (bits ? ByteOp::kAnd : ByteOp::kMin)
+                                              : (bits ? ByteOp::kOr : ByteOp::kMax);
+  if (src.format == kDibFormat8 && hSize > 0 && hSize <= kSmallWindow && vSize <= kSmallWindow)
+    return k.small8(op, dst.data, dst.stride, src.data, src.stride, src.width, src.height, hSize,
+                    vSize);
+  if (hSize == 0 && !bits)  // straight from the source
+    return k.vertical(byteOp, dst.data, dst.stride, src.data, src.stride,
+                      src.width * BytesPerPixel(src.format), dst.height, vSize, nullptr);
+  // The horizontal pass writes dst a band ahead; the vertical pass follows in place.
+  RowFeed const rows{HorizontalFeed::ReadyThunk, &feed};
+  if (!bits)
+    return k.vertical(byteOp, dst.data, dst.stride, dst.data, dst.stride,
+                      src.width * BytesPerPixel(src.format), dst.height, vSize, &rows);
   int const bytes = (dst.width + 7) / 8, rest = dst.width % 8;
   // The bits of the last byte beyond the area take part in the byte-wise pass: keep them.
   std::vector<uint8_t> kept;
@@ -259,8 +261,8 @@ bool MorphRectChecked(DibPlane const& dst, DibPlane const& src, int hSize, int v
     kept.resize(std::size_t(dst.height));
     for (int y = 0; y < dst.height; ++y) kept[std::size_t(y)] = dst.Row(y)[bytes - 1];
   }
-  if (!k.vertical(erode ? ByteOp::kAnd : ByteOp::kOr, dst.data, dst.stride, from, fromStep,
-                  bytes, dst.height, vSize))
+  if (!k.vertical(byteOp, dst.data, dst.stride, dst.data, dst.stride, bytes, dst.height, vSize,
+                  &rows))
     return false;
   uint8_t const keep = uint8_t(0xFF >> rest);
   if (rest)
@@ -281,6 +283,9 @@ bool MorphRect(DibPlane const& dst, DibPlane const& src, int hSize, int vSize, M
     return false;
   if (src.format == kDibFormat1 && dst.bitOffset != 0) return false;
   if (src.width <= 0 || src.height <= 0) return true;
+  // A span reaching past both ends of its line is the whole line: larger sizes change nothing.
+  if (hSize > src.width) hSize = src.width;
+  if (vSize > src.height) vSize = src.height;
   try {
     return MorphRectChecked(dst, src, hSize, vSize, op);
   } catch (std::bad_alloc const&) {

@@ -28,16 +28,32 @@ bool MorphRect(DibPlane const& dst, DibPlane const& src, int hSize, int vSize, M
 // Byte-wise combinations of the vertical pass (1-bit rows use AND / OR, bytes min / max).
 enum class ByteOp { kMin, kMax, kAnd, kOr };
 
+// Rows fed to a vertical pass as it goes: ready(context, end) makes the input rows below end
+// available (the fused horizontal pass writes them); rows are asked for in increasing order.
+struct RowFeed {
+  void (*ready)(void* context, int rowEnd);
+  void* context;
+};
+
 // Kernel family; vector tables must equal the scalar one byte for byte.
 struct MorphKernels {
-  // Vertical pass over `bytes` byte columns of n rows, half size r >= 1; dst may equal src.
+  // Vertical pass over `bytes` byte columns of n rows, half size r >= 1, whole rows at a
+  // time in row order; dst may equal src; feed may be null.
   bool (*vertical)(ByteOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                   std::ptrdiff_t srcStep, int bytes, int n, int r);
-  // Horizontal pass of 8-bit rows: `rows` rows of `width` levels, half size r >= 1; dst may
-  // equal src.
-  bool (*horizontal8)(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-                      std::ptrdiff_t srcStep, int width, int rows, int r);
+                   std::ptrdiff_t srcStep, int bytes, int n, int r, RowFeed const* feed);
+  // Scratch bytes horizontal8 needs for rows of `width` levels.
+  std::size_t (*horizontalScratch)(int width);
+  // Horizontal pass of `rows` 8-bit rows of `width` levels, half size r >= 1; dst may equal
+  // src.
+  void (*horizontal8)(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+                      std::ptrdiff_t srcStep, int width, int rows, int r, void* scratch);
+  // Both passes of 8-bit rows with half sizes 1 .. kSmallWindow each, fused; dst may equal
+  // src.
+  bool (*small8)(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
+                 std::ptrdiff_t srcStep, int width, int rows, int hSize, int vSize);
 };
+// Half sizes up to this one are combined directly (2r combinations per element).
+inline constexpr int kSmallWindow = 2;
 MorphKernels const& MorphKernelsScalar();
 MorphKernels const& MorphKernelsSse41();
 MorphKernels const& MorphKernelsAvx2();

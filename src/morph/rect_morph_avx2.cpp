@@ -2,8 +2,7 @@
 //
 // The drivers are the shared ones of lane_passes.h. A horizontal band is 32 rows: register k
 // of a tile holds row k in its low half and row k + 16 in its high half, so the per-lane
-// 16 x 16 transposition leaves column j of all 32 rows in register j. Columns left over by
-// the vector strips go to the SSE4.1 kernel.
+// 16 x 16 transposition leaves column j of all 32 rows in register j.
 #include <immintrin.h>
 
 #include "morph/lane_passes.h"
@@ -40,17 +39,25 @@ struct Avx {
     for (int k = 0; k < 16 && k < n; ++k) Store16(rows[k] + x, _mm256_castsi256_si128(t[k]));
     for (int k = 16; k < n; ++k) Store16(rows[k] + x, _mm256_extracti128_si256(t[k - 16], 1));
   }
+  // The same for a full band of rows `step` apart.
+  static void LoadTile(uint8_t const* base, std::ptrdiff_t step, int x, Reg t[16]) {
+    for (int k = 0; k < 16; ++k)
+      t[k] = _mm256_inserti128_si256(_mm256_castsi128_si256(Load16(base + step * k + x)),
+                                     Load16(base + step * (k + 16) + x), 1);
+  }
+  static void StoreTile(uint8_t* base, std::ptrdiff_t step, int x, Reg const t[16]) {
+    for (int k = 0; k < 16; ++k) {
+      Store16(base + step * k + x, _mm256_castsi256_si128(t[k]));
+      Store16(base + step * (k + 16) + x, _mm256_extracti128_si256(t[k], 1));
+    }
+  }
 };
-
-bool Vertical(ByteOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-              std::ptrdiff_t srcStep, int bytes, int n, int r) {
-  return lanes::Vertical<Avx>(op, dst, dstStep, src, srcStep, bytes, n, r, MorphKernelsSse41());
-}
 
 }  // namespace
 
 MorphKernels const& MorphKernelsAvx2() {
-  static MorphKernels const table = {Vertical, lanes::Horizontal8<Avx>};
+  static MorphKernels const table = {lanes::Vertical<Avx>, lanes::HorizontalScratch<Avx>,
+                                      lanes::Horizontal8<Avx>, lanes::Small8<Avx>};
   return table;
 }
 

@@ -1,7 +1,6 @@
 // rect_morph_sse41.cpp - SSE4.1 rectangle erosion: 16 byte lanes per register.
 //
-// The drivers are the shared ones of lane_passes.h; columns left over by the vector strips go
-// to the scalar kernel.
+// The drivers are the shared ones of lane_passes.h.
 #include <smmintrin.h>
 
 #include "morph/lane_passes.h"
@@ -33,17 +32,20 @@ struct Sse {
   static void StoreTile(uint8_t* const* rows, int x, Reg const t[16], int n) {
     for (int k = 0; k < n; ++k) Store(rows[k] + x, t[k]);
   }
+  // The same for a full band of rows `step` apart.
+  static void LoadTile(uint8_t const* base, std::ptrdiff_t step, int x, Reg t[16]) {
+    for (int k = 0; k < 16; ++k) t[k] = Load(base + step * k + x);
+  }
+  static void StoreTile(uint8_t* base, std::ptrdiff_t step, int x, Reg const t[16]) {
+    for (int k = 0; k < 16; ++k) Store(base + step * k + x, t[k]);
+  }
 };
-
-bool Vertical(ByteOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
-              std::ptrdiff_t srcStep, int bytes, int n, int r) {
-  return lanes::Vertical<Sse>(op, dst, dstStep, src, srcStep, bytes, n, r, MorphKernelsScalar());
-}
 
 }  // namespace
 
 MorphKernels const& MorphKernelsSse41() {
-  static MorphKernels const table = {Vertical, lanes::Horizontal8<Sse>};
+  static MorphKernels const table = {lanes::Vertical<Sse>, lanes::HorizontalScratch<Sse>,
+                                      lanes::Horizontal8<Sse>, lanes::Small8<Sse>};
   return table;
 }
 

@@ -77,28 +77,60 @@ struct MaxOf<Rgb<unsigned char>> {
   static constexpr Rgb<unsigned char> Identity() { return {0, 0, 0}; }
 };
 
-// The pass over a line read through in(i) and written through out(i, value); g and h are
-// scratch lines of n elements. Every input is read (into g and h) before the first output is
-// written, so out may write over the input line.
+// The pass, streaming block by block: block k of the line is read into g (forward) and h
+// (backward), then every output whose span ends in block k is written. g holds the current
+// block only (slots 0 .. 2r - 1) and h the current and the previous one (slots 0 .. 4r - 1,
+// by block parity); a slot never exceeds its element's index, so lines of n elements also do.
+// Output i is written only after all of its inputs and before any input beyond i + r is read,
+// so out may write over the input line. The operations on slots are the caller's:
+//   LoadG(s, i): g[s] = in(i)          ExtG(s, i): g[s] = ext(g[s - 1], in(i))
+//   LoadH(s, i): h[s] = in(i)          ExtH(s, i): h[s] = ext(h[s + 1], in(i))
+//   OutG(i, s): out(i) = g[s]          OutH(i, s): out(i) = h[s]
+//   OutHG(i, hs, gs): out(i) = ext(h[hs], g[gs])
+template <class Ops>
+void RunningExtremeSlots(Ops& ops, int n, int r) {
+  int const block = 2 * r;
+  for (int start = 0, k = 0; start < n; start += block, ++k) {
+    int const end = n - start > block ? start + block : n;
+    int const hBase = (k & 1) * block, hPrev = block - hBase;
+    ops.LoadG(0, start);
+    for (int i = start + 1; i < end; ++i) ops.ExtG(i - start, i);
+    ops.LoadH(hBase + end - 1 - start, end - 1);
+    for (int i = end - 2; i >= start; --i) ops.ExtH(hBase + i - start, i);
+    // Outputs whose span ends in this block: i + r in it, or every rest at the line's end.
+    int const from = start - r > 0 ? start - r : 0;
+    int const to = end == n ? n : end - r;
+    int const split = to < start + r ? to : start + r;
+    for (int i = from; i < split; ++i) {  // the span starts in the previous block (or is cut)
+      int const hi = i + r < n ? i + r : n - 1;
+      if (k == 0) ops.OutG(i, hi - start);
+      else ops.OutHG(i, hPrev + i - r - (start - block), hi - start);
+    }
+    for (int i = split > from ? split : from; i < to; ++i)  // the span ends the line
+      ops.OutH(i, hBase + i - r - start);
+  }
+}
+
+// The pass over a line of values read through in(i) and written through out(i, value), with
+// scratch lines g and h of at least min(n, 2r) and min(n, 4r) elements.
 template <class T, class Ext, class In, class Out>
 void RunningExtreme(In in, Out out, T* g, T* h, int n, int r, Ext ext) {
-  if (n <= 0) return;
-  int const block = 2 * r;
-  for (int start = 0; start < n; start += block) {
-    int const end = start + block < n ? start + block : n;  // one past the block
-    g[start] = in(start);
-    for (int i = start + 1; i < end; ++i) g[i] = ext(g[i - 1], in(i));
-    h[end - 1] = in(end - 1);
-    for (int i = end - 2; i >= start; --i) h[i] = ext(h[i + 1], in(i));
-  }
-  int const left = r < n ? r : n;           // i < r: the span starts the line (and block 0)
-  for (int i = 0; i < left; ++i) out(i, g[i + r < n ? i + r : n - 1]);
-  for (int i = r; i < n - r; ++i) out(i, ext(h[i - r], g[i + r]));  // two consecutive blocks
-  int const lastBlock = (n - 1) / block;
-  for (int i = (n - r > r ? n - r : r); i < n; ++i) {  // the span ends the line
-    int const lo = i - r;
-    out(i, lo / block == lastBlock ? h[lo] : ext(h[lo], g[n - 1]));
-  }
+  struct Ops {
+    In& in;
+    Out& out;
+    T* g;
+    T* h;
+    Ext& ext;
+    T last;  // the running extreme, kept out of memory between steps
+    void LoadG(int s, int i) { g[s] = last = in(i); }
+    void ExtG(int s, int i) { g[s] = last = ext(last, in(i)); }
+    void LoadH(int s, int i) { h[s] = last = in(i); }
+    void ExtH(int s, int i) { h[s] = last = ext(last, in(i)); }
+    void OutG(int i, int s) { out(i, g[s]); }
+    void OutH(int i, int s) { out(i, h[s]); }
+    void OutHG(int i, int hs, int gs) { out(i, ext(h[hs], g[gs])); }
+  } ops{in, out, g, h, ext, T{}};
+  RunningExtremeSlots(ops, n, r);
 }
 
 template <class T, template <class> class Extreme>
@@ -107,6 +139,7 @@ struct TplMorph {
   // pointer is null, n < 0 or r < 1, else 1.
   static int Pass(T* out, T const* in, T* g, T* h, int n, int r) {
     if (!out || !in || !g || !h || n < 0 || r < 1) return 0;
+    if (r > n) r = n;  // the span covers the whole line either way (and 2r stays an int)
     RunningExtreme(
         [in](int i) { return in[i]; }, [out](int i, T v) { out[i] = v; }, g, h, n, r,
         [](T a, T b) { return Extreme<T>::Of(a, b); });
