@@ -5,7 +5,14 @@
 // them to a kernel. Kernels live in the subsystem folders and never see a DibInfo header.
 #include "quilp32.h"
 
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
 #include "colour/grey_projection.h"
+#include "geometry/fade_borders.h"
+#include "geometry/hough_block.h"
+#include "geometry/hough_transform.h"
 #include "params/flow_control.h"
 #include "record/create.h"
 #include "record/rect.h"
@@ -100,5 +107,61 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 
 
 // ---- Skew estimation and downscaling ----------------------------------------------
+
+bool DibHoughPrepare(int logSize, bool vertical, bool polarity) {
+  return HoughPrepare(logSize, vertical, polarity);
+}
+
+bool DibHoughCompute(DibInfo* dib, int& zero, int& slope, int& score, tagRect32* rect) {
+  if (!dib) return false;
+  tagRect32 const whole = {0, 0, dib->Width() - 1, dib->Height() - 1};
+  tagRect32 const& r = rect ? *rect : whole;
+  if (dib->BitsPerPixel() != 8) return false;
+  DibHoughState const& state = HoughState();
+  int64_t const width = int64_t(r.right) - r.left + 1, height = int64_t(r.bottom) - r.top + 1;
+  if (width != state.size || height != state.secondSize || !state.live) return false;
+  if (r.left < 0 || r.top < 0 || r.right >= dib->Width() || r.bottom >= dib->Height())
+    return false;
+  int s = 0, sc = 0;
+  HoughBlock(MakeView(dib, Area{r.left, r.top, state.size, state.size}), s, sc);
+  zero = 0;
+  slope = s;
+  score = sc;
+  return true;
+}
+
+bool DibHoughDone() { return HoughDone(); }
+
+DibInfo* DibHoughTransform(DibInfo* dib, int mode, int depth) {
+  if (!dib || dib->BitsPerPixel() != 8 || (mode != 1 && mode != 2) || (depth != 8 && depth != 32))
+    return nullptr;
+  if (dib->Width() < 1 || dib->Height() < 1) return nullptr;
+  return HoughTransformImage(RowsOf(MakeView(dib)), mode, depth);
+}
+
+bool DibFindHoughPeak(DibInfo* transform, int radius, int measure, int& position, int& value) {
+  if (!transform || (transform->BitsPerPixel() != 8 && transform->BitsPerPixel() != 32))
+    return false;
+  if (measure < 0 || measure > 1 || radius < 0) return false;
+  return HoughPeak(transform, radius, measure, position, value);
+}
+
+bool DibHoughGetAngle(double& angle, DibInfo* dib, int, tagRect32* rect) {
+  if (!dib || dib->BitsPerPixel() != 8) return false;
+  // The work image: the zone copied and faded in place, or the page with its margins faded.
+  // Without a rectangle the faded copy is not made: its margins are built apart and its
+  // middle rows are read from the page, which are the same pixels.
+  if (rect) return false;  // zone copy pending
+  std::vector<uint8_t> margins;
+  RowTable work;
+  FadedRows(MakeView(dib), kFadeRowCap, kFadeFraction, margins, work);
+  DibHolder transform(HoughTransformImage(work, kHoughModeHorizontal, 8));
+  if (!transform) return false;
+  int position = 0, value = 0;
+  if (!DibFindHoughPeak(transform.get(), 5, 1, position, value)) return false;
+  angle = std::atan2(double(position) / kHoughPeakScale - 0.5 * transform.get()->Height(),
+                     double(work.width));
+  return true;
+}
 
 // (end of skew estimation and downscaling)

@@ -174,6 +174,65 @@ QUILP_API int DibFilterEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, i
 
 
 /* ---- Skew estimation and downscaling ------------------------------------------- */
+/*
+ * Three ways of measuring how far the text lines of an 8-bit grey page (dark pixels are ink)
+ * deviate from the horizontal, each in its own unit, and the area-averaging reduction one of
+ * them works on. Positive skew always means lines that descend to the right (rows counted
+ * from the visual top).
+ */
+
+/* The fast Hough transform of square blocks. DibHoughPrepare(n, vertical, polarity) readies
+   blocks of N = 2^n pixels a side (n in 0..14; false otherwise or when memory runs out):
+   vertical true follows nearly vertical lines, false nearly horizontal ones; polarity false
+   means dark ink (a pixel votes 255 - value), true that a pixel votes its value. A second
+   prepare replaces the first. The three calls share one process-wide state: the host must
+   not run them concurrently. */
+QUILP_API bool DibHoughPrepare(int logSize, bool vertical, bool polarity);
+/* Transforms the N x N block `rect` of an 8-bit image (null: the whole image, which must then
+   be N x N) and reports the best digital line: zero = 0; slope in 0..N-1 for lines that
+   descend that many rows from the block's left column to its right one (vertical mode: move
+   that many columns right from its top row to its bottom one), or -1..-(N-1) for lines that
+   rise to the right (move left going down), the mirror pass winning only when its integer
+   score is strictly greater; score = (int)(65536 * sqrt(variance) / (mean^2 + 0.01)), from
+   the slope's N cyclic line sums h: mean of sqrt(h), variance of h. The first best slope wins
+   ties. False, outputs untouched, for a null image, a depth other than 8, a block that is not
+   N x N or not inside the image, and when no prepared state is live (never prepared, or
+   released by DibHoughDone). */
+QUILP_API bool DibHoughCompute(DibInfo* dib, int& zero, int& slope, int& score, tagRect32* rect);
+/* Releases the prepared state: true when one was live, false otherwise (a second call). */
+QUILP_API bool DibHoughDone();
+
+/* The Hough transform image of an 8-bit image. mode 2 follows nearly horizontal lines, mode 1
+   nearly vertical ones; depth is 8 or 32. For mode 2 on a W x H image, with L the smallest
+   power of two such that L - 1 >= 0.18 W (lines up to about 10 degrees):
+     - row p holds the lines that drift p - L rows from the left edge to the right one
+       (positive: descending), so a line of row p has the angle atan2(p - L, W); the image
+       has 2L rows (row 0, a drift of -L, is empty), centred at half its height;
+     - column c holds the line that crosses the left edge at row c, columns H..H+L-2
+       standing for rows -(L-1)..-1 above the top, so the width is H + L - 1;
+     - a value is the sum along the line of each pixel's ink, max(0, paper - value), paper
+       being the median grey level: every column contributes its pixel in the line's row.
+   Lines are the dyadic digital lines of the fast Hough transform over L bands of columns.
+   32 bits: the sums as signed 32-bit integers; 8 bits: the sums scaled so the largest is 255.
+   Mode 1 is the same with rows and columns exchanged (drift to the right going down).
+   Null for a null image, a depth other than 8, a mode other than 1 or 2, a depth argument
+   other than 8 or 32, an empty image or a failed allocation. */
+QUILP_API DibInfo* DibHoughTransform(DibInfo* dib, int mode, int depth);
+/* The strongest row of a transform image (8 or 32 bits). Each row is scored by measure 1: the
+   sum of the squared differences between neighbouring values (how sharply the row's lines
+   separate ink from paper); measure 0: the sum of the squared values. position is the row of
+   the highest score refined to a fraction of a row, in 1/256 rows; value is the peak score
+   divided by the width. radius: <unused yet>. False, outputs untouched, for a null image, a
+   depth other than 8 or 32, a measure other than 0 or 1, a negative radius, an empty image. */
+QUILP_API bool DibFindHoughPeak(DibInfo* transform, int radius, int measure, int& position,
+                                int& value);
+/* The skew angle in radians of an 8-bit page or of the rectangle of it (clamping rule): the
+   top and bottom tenth of the area (at most 200 rows each) are faded into the border level,
+   the Hough transform image (mode 2, depth 8) is taken and its peak (radius 5, measure 1)
+   gives angle = atan2(p - 0.5 * height of the transform, width of the area). `unused` is
+   ignored. False, angle untouched, for a null image, a depth other than 8, an empty
+   rectangle or a failed allocation. */
+QUILP_API bool DibHoughGetAngle(double& angle, DibInfo* dib, int unused, tagRect32* rect);
 
 /* (end of skew estimation and downscaling) */
 

@@ -1,0 +1,33 @@
+// hough_rows.h - row kernels of the page transform: ink sums, lane copies, shifted sums, row
+// scores and the scaling to bytes.
+#pragma once
+
+#include <cstdint>
+
+namespace quilp {
+
+// Vector tables must equal the scalar one bit for bit.
+struct HoughRowKernels {
+  // sums[j] = sum of max(0, paper - row[c]) over the columns c of unit j (unit = 1, 2, 4 or 8
+  // columns; the last unit may be short), for the `count` columns of the row.
+  void (*inkUnits)(uint8_t const* row, int count, int unit, int paper, uint16_t* sums);
+  // lane[c] += max(0, paper - row[c]) for c < count.
+  void (*addInk)(uint8_t const* row, int count, int paper, uint16_t* lane);
+  // dst[c] = src[c] for c < count.
+  void (*widen)(uint16_t const* src, int32_t* dst, int count);
+  // acc[c] += src[c] for c < count (16-bit, wrapping).
+  void (*accumulate)(uint16_t const* src, uint16_t* acc, int count);
+  // Sum over c + 1 < count of (row[c + 1] - row[c])^2; `top` becomes the larger of itself
+  // and the row's values.
+  int64_t (*rowScore)(uint16_t const* row, int count, int& top);
+  // dst[c] = (uint8_t)(float(src[c]) * scale + 0.5f) for values that land in 0..255.
+  void (*toBytes)(uint16_t const* src, uint8_t* dst, int count, float scale);
+  // Sum over c + 1 < count of (row[c + 1] - row[c])^2 for a row of bytes.
+  int64_t (*byteSharpness)(uint8_t const* row, int count);
+};
+HoughRowKernels const& HoughRowKernelsScalar();
+HoughRowKernels const& HoughRowKernelsSse41();
+HoughRowKernels const& HoughRowKernelsAvx2();
+HoughRowKernels const& HoughRowKernelsActive();
+
+}  // namespace quilp

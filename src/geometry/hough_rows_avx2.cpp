@@ -1,0 +1,154 @@
+// hough_rows_avx2.cpp - AVX2 row kernels of the page transform, 32 columns (or 8 values) per
+// step. Ink is a saturating byte subtraction; unit sums come from byte pair sums (1, 2, 4
+// columns) or sums of absolute differences against zero (8 columns). Integer results are exact;
+// the byte scaling repeats the scalar float operations in the same order.
+#include <immintrin.h>
+
+#include "geometry/hough_rows.h"
+
+namespace quilp {
+namespace {
+
+inline __m256i Load(void const* p) { return _mm256_loadu_si256(static_cast<__m256i const*>(p)); }
+inline void Store(void* p, __m256i v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
+inline int Ink(int paper, int v) { return paper > v ? paper - v : 0; }
+
+void InkUnits(uint8_t const* row, int count, int unit, int paper, uint16_t* sums) {
+  __m256i const pv = _mm256_set1_epi8(static_cast<char>(paper));
+  __m256i const ones8 = _mm256_set1_epi8(1), ones16 = _mm256_set1_epi16(1);
+  int c = 0, j = 0;
+  for (; c + 32 <= count; c += 32) {
+    __m256i const ink = _mm256_subs_epu8(pv, Load(row + c));
+    if (unit == 1) {
+      Store(sums + j, _mm256_cvtepu8_epi16(_mm256_castsi256_si128(ink)));
+      Store(sums + j + 16, _mm256_cvtepu8_epi16(_mm256_extracti128_si256(ink, 1)));
+      j += 32;
+    } else if (unit == 2) {
+      Store(sums + j, _mm256_maddubs_epi16(ink, ones8));
+      j += 16;
+    } else if (unit == 4) {
+      __m256i const q = _mm256_madd_epi16(_mm256_maddubs_epi16(ink, ones8), ones16);
+      __m256i const packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(q, q), 0x08);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(sums + j), _mm256_castsi256_si128(packed));
+      j += 8;
+    } else {
+      alignas(32) uint64_t s[4];
+      _mm256_store_si256(reinterpret_cast<__m256i*>(s), _mm256_sad_epu8(ink, _mm256_setzero_si256()));
+      for (int i = 0; i < 4; ++i) sums[j + i] = static_cast<uint16_t>(s[i]);
+      j += 4;
+    }
+  }
+  for (; c < count; c += unit, ++j) {
+    int const end = c + unit < count ? c + unit : count;
+    int s = 0;
+    for (int x = c; x < end; ++x) s += Ink(paper, row[x]);
+    sums[j] = static_cast<uint16_t>(s);
+  }
+}
+
+void AddInk(uint8_t const* row, int count, int paper, uint16_t* lane) {
+  __m256i const pv = _mm256_set1_epi8(static_cast<char>(paper));
+  int c = 0;
+  for (; c + 32 <= count; c += 32) {
+    __m256i const ink = _mm256_subs_epu8(pv, Load(row + c));
+    Store(lane + c, _mm256_add_epi16(Load(lane + c), _mm256_cvtepu8_epi16(_mm256_castsi256_si128(ink))));
+    Store(lane + c + 16, _mm256_add_epi16(Load(lane + c + 16),
+                                          _mm256_cvtepu8_epi16(_mm256_extracti128_si256(ink, 1))));
+  }
+  for (; c < count; ++c) lane[c] = static_cast<uint16_t>(lane[c] + Ink(paper, row[c]));
+}
+
+void Widen(uint16_t const* src, int32_t* dst, int count) {
+  int c = 0;
+  for (; c + 8 <= count; c += 8)
+    Store(dst + c, _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<__m128i const*>(src + c))));
+  for (; c < count; ++c) dst[c] = src[c];
+}
+
+void Accumulate(uint16_t const* src, uint16_t* acc, int count) {
+  int c = 0;
+  for (; c + 16 <= count; c += 16) Store(acc + c, _mm256_add_epi16(Load(acc + c), Load(src + c)));
+  for (; c < count; ++c) acc[c] = static_cast<uint16_t>(acc[c] + src[c]);
+}
+
+int64_t RowScore(uint16_t const* row, int count, int& top) {
+  __m256i sum = _mm256_setzero_si256(), high = _mm256_setzero_si256();
+  int c = 0;
+  for (; c + 17 <= count; c += 16) {
+    __m256i const a = Load(row + c), b = Load(row + c + 1);
+    high = _mm256_max_epu16(high, a);
+    // |b - a| as 16-bit magnitudes, widened and squared in 64 bits.
+    __m256i const d = _mm256_or_si256(_mm256_subs_epu16(a, b), _mm256_subs_epu16(b, a));
+    __m256i const lo32 = _mm256_cvtepu16_epi32(_mm256_castsi256_si128(d));
+    __m256i const hi32 = _mm256_cvtepu16_epi32(_mm256_extracti128_si256(d, 1));
+    __m256i const sq = _mm256_add_epi64(
+        _mm256_add_epi64(_mm256_mul_epu32(lo32, lo32), _mm256_mul_epu32(hi32, hi32)),
+        _mm256_add_epi64(_mm256_mul_epu32(_mm256_srli_epi64(lo32, 32), _mm256_srli_epi64(lo32, 32)),
+                         _mm256_mul_epu32(_mm256_srli_epi64(hi32, 32), _mm256_srli_epi64(hi32, 32))));
+    sum = _mm256_add_epi64(sum, sq);
+  }
+  alignas(32) int64_t s[4];
+  alignas(32) uint16_t h[16];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(s), sum);
+  _mm256_store_si256(reinterpret_cast<__m256i*>(h), high);
+  int64_t total = (s[0] + s[1]) + (s[2] + s[3]);
+  int m = top;
+  for (int i = 0; i < 16; ++i) m = h[i] > m ? h[i] : m;
+  for (; c < count; ++c) {
+    m = row[c] > m ? row[c] : m;
+    if (c + 1 < count) {
+      int64_t const d = int64_t(row[c + 1]) - row[c];
+      total += d * d;
+    }
+  }
+  top = m;
+  return total;
+}
+
+void ToBytes(uint16_t const* src, uint8_t* dst, int count, float scale) {
+  __m256 const sv = _mm256_set1_ps(scale), half = _mm256_set1_ps(0.5f);
+  int c = 0;
+  for (; c + 8 <= count; c += 8) {
+    __m256i const wide = _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<__m128i const*>(src + c)));
+    __m256 const f = _mm256_add_ps(_mm256_mul_ps(_mm256_cvtepi32_ps(wide), sv), half);
+    __m256i const v = _mm256_cvttps_epi32(f);
+    __m128i const w = _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + c), _mm_packus_epi16(w, w));
+  }
+  for (; c < count; ++c) dst[c] = static_cast<uint8_t>(float(src[c]) * scale + 0.5f);
+}
+
+int64_t ByteSharpness(uint8_t const* row, int count) {
+  __m256i const zero = _mm256_setzero_si256();
+  __m256i sum64 = zero;
+  int c = 0;
+  while (c + 33 <= count) {
+    __m256i sum32 = zero;  // at most 1024 steps of 4 * 65025 per lane before it is emptied
+    for (int step = 0; step < 1024 && c + 33 <= count; ++step, c += 32) {
+      __m256i const a = Load(row + c), b = Load(row + c + 1);
+      __m256i const d = _mm256_or_si256(_mm256_subs_epu8(a, b), _mm256_subs_epu8(b, a));
+      __m256i const lo = _mm256_unpacklo_epi8(d, zero), hi = _mm256_unpackhi_epi8(d, zero);
+      sum32 = _mm256_add_epi32(sum32, _mm256_add_epi32(_mm256_madd_epi16(lo, lo), _mm256_madd_epi16(hi, hi)));
+    }
+    sum64 = _mm256_add_epi64(sum64, _mm256_add_epi64(_mm256_unpacklo_epi32(sum32, zero),
+                                                     _mm256_unpackhi_epi32(sum32, zero)));
+  }
+  alignas(32) int64_t s[4];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(s), sum64);
+  int64_t total = (s[0] + s[1]) + (s[2] + s[3]);
+  for (; c + 1 < count; ++c) {
+    int const d = row[c + 1] - row[c];
+    total += d * d;
+  }
+  return total;
+}
+
+}  // namespace
+
+HoughRowKernels const& HoughRowKernelsAvx2() {
+  static HoughRowKernels const table = {InkUnits, AddInk,  Widen,        Accumulate,
+                                        RowScore, ToBytes, ByteSharpness};
+  return table;
+}
+
+}  // namespace quilp

@@ -1,0 +1,149 @@
+// hough_rows_sse41.cpp - SSE4.1 row kernels of the page transform, 16 columns (or 4 values)
+// per step; the same arithmetic as the AVX2 file on 128-bit registers.
+#include <immintrin.h>
+
+#include "geometry/hough_rows.h"
+
+namespace quilp {
+namespace {
+
+inline __m128i Load(void const* p) { return _mm_loadu_si128(static_cast<__m128i const*>(p)); }
+inline void Store(void* p, __m128i v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
+inline int Ink(int paper, int v) { return paper > v ? paper - v : 0; }
+
+void InkUnits(uint8_t const* row, int count, int unit, int paper, uint16_t* sums) {
+  __m128i const pv = _mm_set1_epi8(static_cast<char>(paper));
+  __m128i const ones8 = _mm_set1_epi8(1), ones16 = _mm_set1_epi16(1);
+  int c = 0, j = 0;
+  for (; c + 16 <= count; c += 16) {
+    __m128i const ink = _mm_subs_epu8(pv, Load(row + c));
+    if (unit == 1) {
+      Store(sums + j, _mm_cvtepu8_epi16(ink));
+      Store(sums + j + 8, _mm_cvtepu8_epi16(_mm_srli_si128(ink, 8)));
+      j += 16;
+    } else if (unit == 2) {
+      Store(sums + j, _mm_maddubs_epi16(ink, ones8));
+      j += 8;
+    } else if (unit == 4) {
+      __m128i const q = _mm_madd_epi16(_mm_maddubs_epi16(ink, ones8), ones16);
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(sums + j), _mm_packus_epi32(q, q));
+      j += 4;
+    } else {
+      __m128i const s = _mm_sad_epu8(ink, _mm_setzero_si128());
+      sums[j] = static_cast<uint16_t>(_mm_cvtsi128_si32(s));
+      sums[j + 1] = static_cast<uint16_t>(_mm_extract_epi16(s, 4));
+      j += 2;
+    }
+  }
+  for (; c < count; c += unit, ++j) {
+    int const end = c + unit < count ? c + unit : count;
+    int s = 0;
+    for (int x = c; x < end; ++x) s += Ink(paper, row[x]);
+    sums[j] = static_cast<uint16_t>(s);
+  }
+}
+
+void AddInk(uint8_t const* row, int count, int paper, uint16_t* lane) {
+  __m128i const pv = _mm_set1_epi8(static_cast<char>(paper));
+  int c = 0;
+  for (; c + 16 <= count; c += 16) {
+    __m128i const ink = _mm_subs_epu8(pv, Load(row + c));
+    Store(lane + c, _mm_add_epi16(Load(lane + c), _mm_cvtepu8_epi16(ink)));
+    Store(lane + c + 8, _mm_add_epi16(Load(lane + c + 8), _mm_cvtepu8_epi16(_mm_srli_si128(ink, 8))));
+  }
+  for (; c < count; ++c) lane[c] = static_cast<uint16_t>(lane[c] + Ink(paper, row[c]));
+}
+
+void Widen(uint16_t const* src, int32_t* dst, int count) {
+  int c = 0;
+  for (; c + 4 <= count; c += 4)
+    Store(dst + c, _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(src + c))));
+  for (; c < count; ++c) dst[c] = src[c];
+}
+
+void Accumulate(uint16_t const* src, uint16_t* acc, int count) {
+  int c = 0;
+  for (; c + 8 <= count; c += 8) Store(acc + c, _mm_add_epi16(Load(acc + c), Load(src + c)));
+  for (; c < count; ++c) acc[c] = static_cast<uint16_t>(acc[c] + src[c]);
+}
+
+int64_t RowScore(uint16_t const* row, int count, int& top) {
+  __m128i sum = _mm_setzero_si128(), high = _mm_setzero_si128();
+  int c = 0;
+  for (; c + 9 <= count; c += 8) {
+    __m128i const a = Load(row + c), b = Load(row + c + 1);
+    high = _mm_max_epu16(high, a);
+    __m128i const d = _mm_or_si128(_mm_subs_epu16(a, b), _mm_subs_epu16(b, a));
+    __m128i const lo32 = _mm_cvtepu16_epi32(d), hi32 = _mm_cvtepu16_epi32(_mm_srli_si128(d, 8));
+    __m128i const sq = _mm_add_epi64(
+        _mm_add_epi64(_mm_mul_epu32(lo32, lo32), _mm_mul_epu32(hi32, hi32)),
+        _mm_add_epi64(_mm_mul_epu32(_mm_srli_epi64(lo32, 32), _mm_srli_epi64(lo32, 32)),
+                      _mm_mul_epu32(_mm_srli_epi64(hi32, 32), _mm_srli_epi64(hi32, 32))));
+    sum = _mm_add_epi64(sum, sq);
+  }
+  alignas(16) int64_t s[2];
+  alignas(16) uint16_t h[8];
+  _mm_store_si128(reinterpret_cast<__m128i*>(s), sum);
+  _mm_store_si128(reinterpret_cast<__m128i*>(h), high);
+  int64_t total = s[0] + s[1];
+  int m = top;
+  for (int i = 0; i < 8; ++i) m = h[i] > m ? h[i] : m;
+  for (; c < count; ++c) {
+    m = row[c] > m ? row[c] : m;
+    if (c + 1 < count) {
+      int64_t const d = int64_t(row[c + 1]) - row[c];
+      total += d * d;
+    }
+  }
+  top = m;
+  return total;
+}
+
+void ToBytes(uint16_t const* src, uint8_t* dst, int count, float scale) {
+  __m128 const sv = _mm_set1_ps(scale), half = _mm_set1_ps(0.5f);
+  int c = 0;
+  for (; c + 8 <= count; c += 8) {
+    __m128i const raw = Load(src + c);
+    __m128i const a = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(_mm_cvtepi32_ps(_mm_cvtepu16_epi32(raw)), sv), half));
+    __m128i const b = _mm_cvttps_epi32(
+        _mm_add_ps(_mm_mul_ps(_mm_cvtepi32_ps(_mm_cvtepu16_epi32(_mm_srli_si128(raw, 8))), sv), half));
+    __m128i const w = _mm_packus_epi32(a, b);
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + c), _mm_packus_epi16(w, w));
+  }
+  for (; c < count; ++c) dst[c] = static_cast<uint8_t>(float(src[c]) * scale + 0.5f);
+}
+
+int64_t ByteSharpness(uint8_t const* row, int count) {
+  __m128i const zero = _mm_setzero_si128();
+  __m128i sum64 = zero;
+  int c = 0;
+  while (c + 17 <= count) {
+    __m128i sum32 = zero;  // at most 1024 steps of 4 * 65025 per lane before it is emptied
+    for (int step = 0; step < 1024 && c + 17 <= count; ++step, c += 16) {
+      __m128i const a = Load(row + c), b = Load(row + c + 1);
+      __m128i const d = _mm_or_si128(_mm_subs_epu8(a, b), _mm_subs_epu8(b, a));
+      __m128i const lo = _mm_unpacklo_epi8(d, zero), hi = _mm_unpackhi_epi8(d, zero);
+      sum32 = _mm_add_epi32(sum32, _mm_add_epi32(_mm_madd_epi16(lo, lo), _mm_madd_epi16(hi, hi)));
+    }
+    sum64 = _mm_add_epi64(sum64, _mm_add_epi64(_mm_unpacklo_epi32(sum32, zero),
+                                               _mm_unpackhi_epi32(sum32, zero)));
+  }
+  alignas(16) int64_t s[2];
+  _mm_store_si128(reinterpret_cast<__m128i*>(s), sum64);
+  int64_t total = s[0] + s[1];
+  for (; c + 1 < count; ++c) {
+    int const d = row[c + 1] - row[c];
+    total += d * d;
+  }
+  return total;
+}
+
+}  // namespace
+
+HoughRowKernels const& HoughRowKernelsSse41() {
+  static HoughRowKernels const table = {InkUnits, AddInk,  Widen,        Accumulate,
+                                        RowScore, ToBytes, ByteSharpness};
+  return table;
+}
+
+}  // namespace quilp

@@ -1,0 +1,31 @@
+// transpose8.h - eight rows of sixteen bytes turned into sixteen columns of eight bytes.
+//
+// Three rounds of unpacking (bytes, words, double words): out[i] holds column 2i in its low
+// eight bytes and column 2i + 1 in its high eight, each column's bytes in row order.
+// Include only from files compiled with SSE4.1 or AVX2 enabled.
+#pragma once
+
+#include <immintrin.h>
+
+namespace quilp::simd {
+
+inline void Transpose8x16(__m128i const r[8], __m128i out[8]) {
+  __m128i t[8], u[8];
+  for (int i = 0; i < 4; ++i) {
+    t[2 * i] = _mm_unpacklo_epi8(r[2 * i], r[2 * i + 1]);      // columns 0..7
+    t[2 * i + 1] = _mm_unpackhi_epi8(r[2 * i], r[2 * i + 1]);  // columns 8..15
+  }
+  for (int h = 0; h < 2; ++h) {  // rows 0..3, then rows 4..7
+    __m128i const* s = t + 4 * h;
+    u[4 * h + 0] = _mm_unpacklo_epi16(s[0], s[2]);  // columns 0..3
+    u[4 * h + 1] = _mm_unpackhi_epi16(s[0], s[2]);  // columns 4..7
+    u[4 * h + 2] = _mm_unpacklo_epi16(s[1], s[3]);  // columns 8..11
+    u[4 * h + 3] = _mm_unpackhi_epi16(s[1], s[3]);  // columns 12..15
+  }
+  for (int i = 0; i < 4; ++i) {
+    out[2 * i] = _mm_unpacklo_epi32(u[i], u[4 + i]);
+    out[2 * i + 1] = _mm_unpackhi_epi32(u[i], u[4 + i]);
+  }
+}
+
+}  // namespace quilp::simd
