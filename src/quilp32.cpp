@@ -17,6 +17,7 @@
 #include "record/create.h"
 #include "record/rect.h"
 #include "record/view.h"
+#include "record/zone_copy.h"
 
 using namespace quilp;
 
@@ -83,6 +84,51 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 
 // ---- Zone copy, depth conversion, canonical check ---------------------------------
 
+namespace {
+
+// The keyed-parameter copy route, shared by DibCopyZoneEx and the same-depth conversion.
+int CopyZoneInFrame(DibInfo*& dest, DibInfo const* src, int depth, tagRect32 const* rect,
+                    tagPoint32 const* origin) {
+  CDibFlowControl frame;
+  DibPlane from, to;
+  frame.AddSource(&from, src, depth, rect);
+  frame.AddTarget(&to, dest, depth, origin);
+  if (frame.GetStatus() == kDibOk) frame.SetResult(DibCopyPlane(&to, &from));
+  return frame.GetStatus();
+}
+
+}  // namespace
+
+bool DibCopyZone(DibInfo*& dest, DibInfo* src, tagRect32* rect) {
+  if (!src) return false;
+  int const depth = src->BitsPerPixel();
+  if (FormatForDepth(depth) == kDibFormatNone) return false;
+  Area area;
+  if (!ClampRect(src, rect, area)) return false;
+  if (dest) {
+    if (dest->Width() < area.width || dest->Height() < area.height ||
+        dest->BitsPerPixel() != depth)
+      return false;
+  } else {
+    // Byte formats overwrite every pixel of the new record; a 1-bit one keeps its last
+    // byte's bits beyond the zone, so it starts zeroed.
+    dest = depth == 1 ? DibCreateDepth(area.width, area.height, src->XPelsPerMeter(),
+                                       src->YPelsPerMeter(), depth)
+                      : DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                              src->YPelsPerMeter(), depth);
+    if (!dest) return false;
+  }
+  DibPlane const from = MakePlane(src, area);
+  DibPlane const to = MakePlane(dest, Area{0, 0, area.width, area.height});
+  return DibCopyPlane(&to, &from) == 0;
+}
+
+int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int, char const* const*,
+                  char const* const*, tagRect32 const* rect, tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  return CopyZoneInFrame(dest, src, src->BitsPerPixel(), rect, origin);
+}
+
 // (end of zone copy, depth conversion, canonical check)
 
 
@@ -93,10 +139,102 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 
 // ---- Otsu thresholds and binarization ---------------------------------------------
 
+#include "binarize/binarize_ex.h"
+#include "binarize/grey_area.h"
+#include "binarize/otsu.h"
+#include "binarize/otsu_binarize.h"
+#include "binarize/threshold.h"
+
+bool DibGetOtsuLevels(int* levels, DibInfo* dib, int count, tagRect32* rect) {
+  if (!dib || !levels || (count != 2 && count != 3)) return false;
+  GreyArea grey;
+  if (!grey.Open(dib, rect, ClampRect)) return false;
+  return DibViewOtsuLevels(levels, grey.view(), count, false) != 0;
+}
+
+DibInfo* DibBinarizeSimple(DibInfo* dib, int threshold, bool invert, tagRect32* rect) {
+  if (!dib || dib->BitsPerPixel() != 8) return nullptr;
+  Area area;
+  if (!ExactFitRect(dib, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, dib->XPelsPerMeter(),
+                                         dib->YPelsPerMeter(), 1));
+  if (!result ||
+      !DibThresholdView(MakeView(result.get()), MakeView(dib, area),
+                        static_cast<uint8_t>(threshold), invert))
+    return nullptr;
+  return result.release();
+}
+
+namespace {
+
+DibInfo* OtsuBinarization(DibInfo* dib, int classes, int from, int to, bool invert,
+                          tagRect32 const* rect, bool ignoreExtremes) {
+  if (!dib || !OtsuBandArgsValid(classes, from, to)) return nullptr;
+  GreyArea grey;
+  if (!grey.Open(dib, rect, ExactFitRect)) return nullptr;
+  DibView const& src = grey.view();
+  DibHolder result(DibCreateForOverwrite(src.width, src.height, dib->XPelsPerMeter(),
+                                         dib->YPelsPerMeter(), 1));
+  if (!result ||
+      !DibOtsuBinarizeView(MakeView(result.get()), src, classes, from, to, invert,
+                           ignoreExtremes))
+    return nullptr;
+  return result.release();
+}
+
+}  // namespace
+
+DibInfo* DibBinarizeOtsu(DibInfo* dib, int classes, int from, int to, bool invert,
+                         tagRect32* rect) {
+  return OtsuBinarization(dib, classes, from, to, invert, rect, false);
+}
+
+DibInfo* DibBinarizeOtsuR(DibInfo* dib, int classes, int from, int to, bool invert,
+                          tagRect32* rect) {
+  return OtsuBinarization(dib, classes, from, to, invert, rect, true);
+}
+
+int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2, int count,
+                  char const* const* names, char const* const* values, tagRect32 const* rect,
+                  tagPoint32 const* origin) {
+  return BinarizeEx(dest, src, method, p1, p2, count, names, values, rect, origin);
+}
+
 // (end of otsu thresholds and binarization)
 
 
 // ---- Colour suppression and the depth decision ------------------------------------
+
+#include "colour/colour_dropout.h"
+
+namespace {
+
+// The frame of the dropouts: 24-bit source, exact-fit rectangle, a new 8-bit result.
+template <class Kernel>
+DibInfo* Dropout(DibInfo* src, tagRect32 const* rect, Kernel kernel) {
+  if (!src || src->BitsPerPixel() != 24) return nullptr;
+  Area area;
+  if (!ExactFitRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 8));
+  if (!result || !kernel(MakeView(result.get()), MakeView(src, area))) return nullptr;
+  return result.release();
+}
+
+}  // namespace
+
+DibInfo* DibSupressColor(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect) {
+  return Dropout(src, rect, [colour](DibView const& dst, DibView const& from) {
+    return DibSuppressOneColor(dst, from, colour ? *colour : nullptr);
+  });
+}
+
+DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
+                          int dropCount, unsigned char const (*drop)[3], tagRect32* rect) {
+  return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
+    return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
+  });
+}
 
 // (end of colour suppression and the depth decision)
 

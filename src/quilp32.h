@@ -150,6 +150,26 @@ QUILP_API int DibFilterEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, i
 
 /* ---- Zone copy, depth conversion, canonical check ------------------------------ */
 
+/*
+ * Zone copy: a rectangle of a 1-, 8-, 24- or 32-bit image is copied pixel for pixel into an
+ * image of the same depth (1-bit zones at any bit position). A destination made here has the
+ * zone's size, the source's resolutions and the standard palette of its depth (not the
+ * source's palette: an 8-bit source with a colour palette gives a copy read as grey).
+ */
+/* Clamping rectangle rule. Copies the zone to the top-left of `dest`, which must have the
+   source's depth and room for the zone (else false, dest untouched); when dest is null a new
+   record is made and stored there. False for a null source, a depth other than 1, 8, 24 or
+   32, a rectangle with nothing inside the image, or a failed allocation; no pixel is written
+   on failure. Destination bits and pixels outside the zone keep their values. */
+QUILP_API bool DibCopyZone(DibInfo*& dest, DibInfo* src, tagRect32* rect);
+/* Keyed-parameter form (the lists are accepted and not read): copies the clamped zone to
+   `origin` of dest (null or a negative coordinate: 0, 0); a null dest gets a new record of
+   origin plus zone size, zero outside the zone. 0 on success, -1 null source, unsupported
+   depth, empty rectangle or unsuitable dest (other depth, too small), -3 allocation failed. */
+QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
+                            char const* const* names, char const* const* values,
+                            tagRect32 const* rect, tagPoint32 const* origin);
+
 /* (end of zone copy, depth conversion, canonical check) */
 
 
@@ -159,11 +179,98 @@ QUILP_API int DibFilterEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, i
 
 
 /* ---- Otsu thresholds and binarization ------------------------------------------ */
+/*
+ * Otsu's criterion on the 256-bin histogram of a grey area:
+ *  - two classes: one threshold t, the first level of the upper class (levels 0..t-1 and
+ *    t..255). Every bin carries a prior weight of 1/256, so even a one-level image gets a
+ *    threshold (5,000 pixels at 128 give 85); ties keep the smallest t; 0 when no split scores.
+ *  - three classes: t1, t2, each the last level of its lower class (levels 1..t1, t1+1..t2,
+ *    t2+1..255; level 0 joins the total mean but no class). Ties keep the smallest t2, then
+ *    the smallest t1. The moment product level * count is taken modulo 2^32 as a signed
+ *    number (it wraps above 8,421,504 pixels of level 255), on purpose.
+ * 1-bit results are new records of the rectangle's size with the source's resolution, stored
+ * bottom-up; black is bit 0 (palette index 0).
+ * 24-bit sources are first projected to grey along the main colour axis of their rectangle
+ * (as DibRGB2Grey with no colour); an all-black colour area has no axis and fails.
+ */
+
+/* The Otsu levels of the rectangle of an 8-bit image (clamping rule) or of a 24-bit image
+   (exact-fit rule, grey projection). count 2 writes levels[0]; count 3 writes levels[0] and
+   levels[1] when some split scores above zero and leaves them untouched otherwise. False,
+   writing nothing, for a null image or levels pointer, a depth other than 8 and 24, a count
+   other than 2 and 3, a rejected rectangle or a failed grey projection. */
+QUILP_API bool DibGetOtsuLevels(int* levels, DibInfo* dib, int count, tagRect32* rect);
+
+/* A 1-bit image of the rectangle (exact-fit rule) of an 8-bit image: levels below threshold
+   black, the others white; with invert, the levels at or above it black. Only the low 8 bits
+   of threshold count (256 acts as 0: all white; inverted, all black). Null for a null image,
+   any depth but 8, a rejected rectangle or no memory. */
+QUILP_API DibInfo* DibBinarizeSimple(DibInfo* dib, int threshold, bool invert, tagRect32* rect);
+
+/* A 1-bit image of the rectangle (exact-fit rule) of an 8- or 24-bit image, black over a band
+   of Otsu classes. With t[] the thresholds (classes 2: t[0]; classes 3: t[0], t[1], 0 where
+   unset), lower = from > 0 ? t[from-1] : 0 and upper = to < classes-1 ? t[to] : 255:
+     without invert, black exactly where lower <= level < upper (level 255 is never black when
+     upper is 255); with invert, black where level < lower and level >= upper, which is empty
+     unless from > to (classes 3, from 2, to 0 blackens t[0]..t[1]-1).
+   Common requests: classes 2, 0, 0: black below the threshold; classes 3, 1, 1: the middle
+   class black; classes 3, 1, 2: levels t[0]..254 black. Every row, padding included, starts
+   white. Null for a null image, another depth, classes not 2 or 3, from or to negative or not
+   below classes, a rejected rectangle, a failed grey projection or no memory. */
+QUILP_API DibInfo* DibBinarizeOtsu(DibInfo* dib, int classes, int from, int to, bool invert,
+                                   tagRect32* rect);
+/* As DibBinarizeOtsu with the counts of levels 0, 1, 254 and 255 dropped before the search,
+   so pure black and pure white margins do not pull the thresholds. */
+QUILP_API DibInfo* DibBinarizeOtsuR(DibInfo* dib, int classes, int from, int to, bool invert,
+                                    tagRect32* rect);
+
+/* Keyed-parameter binarization of an 8- or 24-bit source (clamping rule) into a 1-bit result
+   at the optional point. The name/value lists are accepted; no key is read. Methods:
+     0  fixed threshold p1 (low 8 bits), black below it; p2 != 0 inverts (black at or above);
+     1  Otsu band as DibBinarizeOtsu with p1 classes and
+        p2 = from | to << 8 | invert << 16 | ignoreExtremes << 17 (other bits must be 0);
+     2  two-class Otsu threshold, black below it; p2 != 0 inverts as in method 0;
+     3  as 2 with the counts of levels 0, 1, 254 and 255 ignored.
+   Only the area's pixels of the target are written; a target made here has its pixels past
+   the area's width zero. Returns 0 on success; -1 for a null source, another depth, a
+   negative method or invalid method arguments, a bad list, a rejected rectangle or an
+   unsuitable target; -2 when a colour area has no grey axis or memory runs out in the
+   search; -3 when an image cannot be allocated; -4 for methods 4 and above (reserved for
+   adaptive binarizers). */
+QUILP_API int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2,
+                            int count, char const* const* names, char const* const* values,
+                            tagRect32 const* rect, tagPoint32 const* origin);
 
 /* (end of otsu thresholds and binarization) */
 
 
 /* ---- Colour suppression and the depth decision --------------------------------- */
+/*
+ * Colour dropout works in darkness space, 255 minus each byte, where paper white is the origin
+ * and ink points away from it. Sources are 24-bit (blue, green, red); colours are three bytes
+ * in the same order. Results are new 8-bit grey records of the rectangle under the exact-fit
+ * rule, with the source's resolutions; 255 is white. Null on a null or non-24-bit source, a
+ * rejected rectangle, an allocation failure, or the colour failures named below.
+ */
+/* Removes one colour by a linear projection: each pixel's darkness is taken along the grey
+   axis with its component along the colour's darkness removed, in 16.16 fixed point, and
+   divided into 255 steps of q = w0 + w1 + w2 + 1 (the weights' sum plus one, truncating):
+   out = 255 - (w . (255 - b)) / q, clamped. The colour itself and white give 255; black gives
+   1, never 0 (deliberately: the divisor keeps one level). Null for a null colour, white or any
+   neutral grey (no direction is left). */
+QUILP_API DibInfo* DibSupressColor(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect);
+/* Keeps the darkness of pixels near the kept colours and whitens pixels near the suppressed
+   ones. Per pixel, with p its darkness, L = |p|^2, A = max(0, largest p . unit(kept colour)),
+   B = the same over the suppressed colours (0 when there are none):
+     sinKeep = sqrt(max(0, 1 - A^2 / L)), sinDrop = sqrt(max(0, 1 - B^2 / L)),
+     weight = sinDrop / (sinKeep + sinDrop) (sinDrop when the sum is 0),
+     out = 255 - min(255, (int)(A * weight + 0.5)); white pixels stay 255.
+   So a pixel along a kept colour keeps its darkness A and one along a suppressed colour turns
+   white. Null when keepCount < 1, dropCount < 0, either array is null (drop too, even when
+   dropCount is 0) or any colour is white. */
+QUILP_API DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
+                                    int dropCount, unsigned char const (*drop)[3],
+                                    tagRect32* rect);
 
 /* (end of colour suppression and the depth decision) */
 

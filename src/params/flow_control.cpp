@@ -52,16 +52,17 @@ int CDibFlowControl::GetIntParam(int* out, char const* key, int defaultValue) {
   return status_;
 }
 
-int CDibFlowControl::Describe(DibPlane* plane, DibInfo const* image, int bitsPerPixel,
-                              Area const& area) {
+DibPlane MakePlane(DibInfo const* image, Area const& area) {
   DibView const v = MakeView(image, area);
-  plane->width = area.width;
-  plane->height = area.height;
-  plane->stride = v.step;
-  plane->bitOffset = bitsPerPixel == 1 ? area.left % 8 : 0;
-  plane->format = FormatForDepth(bitsPerPixel);
-  plane->data = v.top;
-  return status_;
+  int const bitsPerPixel = image->BitsPerPixel();
+  DibPlane plane;
+  plane.width = area.width;
+  plane.height = area.height;
+  plane.stride = v.step;
+  plane.bitOffset = bitsPerPixel == 1 ? area.left % 8 : 0;
+  plane.format = FormatForDepth(bitsPerPixel);
+  plane.data = v.top;
+  return plane;
 }
 
 int CDibFlowControl::AddSource(DibPlane* plane, DibInfo const* image, int bitsPerPixel,
@@ -73,7 +74,8 @@ int CDibFlowControl::AddSource(DibPlane* plane, DibInfo const* image, int bitsPe
   Area area;
   if (!ClampRect(image, rect, area)) return Fail(kDibInvalid);
   sources_.push_back({image, area});
-  return Describe(plane, image, bitsPerPixel, area);
+  *plane = MakePlane(image, area);
+  return status_;
 }
 
 int CDibFlowControl::AddSources(std::vector<DibPlane>& planes, DibInfo const* image,
@@ -108,7 +110,8 @@ int CDibFlowControl::AddTarget(DibPlane* plane, DibInfo*& target, int bitsPerPix
     target = made;
     targets_.push_back({made, true});
   }
-  return Describe(plane, target, bitsPerPixel, Area{at.x, at.y, first.area.width, first.area.height});
+  *plane = MakePlane(target, Area{at.x, at.y, first.area.width, first.area.height});
+  return status_;
 }
 
 int CDibFlowControl::AddTargets(std::vector<DibPlane>& planes, DibInfo*& target,

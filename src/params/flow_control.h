@@ -34,6 +34,10 @@ enum DibStatus : int {
   kDibNoSource = -5,
 };
 
+// The plane of `area` of `image`, at the image's own depth (kDibFormatNone for a depth no
+// plane can describe).
+DibPlane MakePlane(DibInfo const* image, Area const& area);
+
 class CDibFlowControl {
  public:
   CDibFlowControl() = default;
@@ -78,8 +82,6 @@ class CDibFlowControl {
     DibInfo* image;
     bool createdHere;
   };
-
-  int Describe(DibPlane* plane, DibInfo const* image, int bitsPerPixel, Area const& area);
 
   int status_ = kDibOk;
   std::map<std::string, std::string> params_;
