@@ -5,14 +5,7 @@
 // them to a kernel. Kernels live in the subsystem folders and never see a DibInfo header.
 #include "quilp32.h"
 
-#include <cmath>
-#include <cstdint>
-#include <vector>
-
 #include "colour/grey_projection.h"
-#include "geometry/fade_borders.h"
-#include "geometry/hough_block.h"
-#include "geometry/hough_transform.h"
 #include "params/flow_control.h"
 #include "record/create.h"
 #include "record/rect.h"
@@ -246,6 +239,17 @@ DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*kee
 
 // ---- Skew estimation and downscaling ----------------------------------------------
 
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "geometry/edge_pair_skew.h"
+#include "geometry/fade_borders.h"
+#include "geometry/hough_block.h"
+#include "geometry/hough_transform.h"
+#include "scale/downscale.h"
+
 bool DibHoughPrepare(int logSize, bool vertical, bool polarity) {
   return HoughPrepare(logSize, vertical, polarity);
 }
@@ -289,16 +293,57 @@ bool DibHoughGetAngle(double& angle, DibInfo* dib, int, tagRect32* rect) {
   // The work image: the zone copied and faded in place, or the page with its margins faded.
   // Without a rectangle the faded copy is not made: its margins are built apart and its
   // middle rows are read from the page, which are the same pixels.
-  if (rect) return false;  // zone copy pending
+  DibInfo* zone = nullptr;
+  if (rect && !DibCopyZone(zone, dib, rect)) return false;
+  DibHolder zoneHolder(zone);
   std::vector<uint8_t> margins;
   RowTable work;
-  FadedRows(MakeView(dib), kFadeRowCap, kFadeFraction, margins, work);
+  if (zone) {
+    DibView const view = MakeView(zone);
+    if (!DibFadeBorders(view, view, kFadeRowCap, kFadeFraction, nullptr)) return false;
+    work = RowsOf(view);
+  } else {
+    FadedRows(MakeView(dib), kFadeRowCap, kFadeFraction, margins, work);
+  }
+  if (work.width < 1 || work.height < 1) return false;
   DibHolder transform(HoughTransformImage(work, kHoughModeHorizontal, 8));
   if (!transform) return false;
   int position = 0, value = 0;
   if (!DibFindHoughPeak(transform.get(), 5, 1, position, value)) return false;
   angle = std::atan2(double(position) / kHoughPeakScale - 0.5 * transform.get()->Height(),
                      double(work.width));
+  return true;
+}
+
+bool DibSmartGetAngle(int& skew, DibInfo* dib, int hFactor, int vFactor, tagRect32* rect) {
+  if (!dib || dib->BitsPerPixel() != 8) return false;
+  DibInfo* small = nullptr;
+  if (!DibDownscale(small, dib, hFactor, vFactor, 0, rect)) return false;
+  DibHolder holder(small);
+  int tangent = 0;
+  bool const ok = DibEdgePairSkew(MakeView(small), tangent);
+  // (int)(T * vFactor / hFactor + 0.5), truncating toward zero; huge factors saturate.
+  double const scaled = double(tangent) * vFactor / hFactor + 0.5;
+  skew = scaled >= double(INT_MAX) ? INT_MAX : scaled <= double(INT_MIN) ? INT_MIN : int(scaled);
+  return ok;
+}
+
+bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int flags,
+                  tagRect32* rect) {
+  if (!src) return false;
+  int const depth = src->BitsPerPixel();
+  if ((depth != 1 && depth != 8 && depth != 24) || hFactor < 1 || vFactor < 1 || flags != 0)
+    return false;
+  Area area;
+  if (!ClampRect(src, rect, area)) return false;
+  int const width = ReducedSize(area.width, hFactor), height = ReducedSize(area.height, vFactor);
+  int const xRes = int((int64_t(src->XPelsPerMeter()) + hFactor / 2) / hFactor);
+  int const yRes = int((int64_t(src->YPelsPerMeter()) + vFactor / 2) / vFactor);
+  DibInfo* made = DibCreateForOverwrite(width, src->biHeight > 0 ? height : -height, xRes, yRes,
+                                        depth);
+  if (!made) return false;
+  DibDownscaleArea(MakeView(made), MakeView(src, area), depth, hFactor, vFactor);
+  result = made;
   return true;
 }
 

@@ -341,6 +341,29 @@ QUILP_API bool DibFindHoughPeak(DibInfo* transform, int radius, int measure, int
    rectangle or a failed allocation. */
 QUILP_API bool DibHoughGetAngle(double& angle, DibInfo* dib, int unused, tagRect32* rect);
 
+/* The skew of an 8-bit page or of its rectangle as a tangent times 1024, from the upper edges
+   of dark shapes on a copy reduced by DibDownscale(hFactor, vFactor, flags 0, rect): pairs of
+   edge points two 20-column bands apart and at most 10 rows apart vote their slopes, and
+   skew = (int)(T * vFactor / hFactor + 0.5) from the winning small-image slope T (0 when
+   nothing is found; a blank page gives 0 and true). False, skew untouched, when the
+   reduction fails (null image, depth other than 8, factor below 1, empty rectangle, no
+   memory); false with skew 0 when the point array cannot grow. */
+QUILP_API bool DibSmartGetAngle(int& skew, DibInfo* dib, int hFactor, int vFactor,
+                                tagRect32* rect);
+
+/* Area-averaging reduction of the rectangle (clamping rule; null: the whole image) of a 1-, 8-
+   or 24-bit image by integer factors: each block of hFactor x vFactor pixels, the blocks at
+   the right and bottom edges covering what is left, becomes one pixel of a new record of the
+   source's depth, row order and standard palette, sized ceil(width / hFactor) x
+   ceil(height / vFactor), with the resolutions divided by the factors (rounded). A byte (each
+   of blue, green, red for 24 bits) is the rounded mean (sum + n/2) / n of the block's n
+   pixels; a 1-bit pixel is set when more than half of its block is set. Factors of 1 give an
+   exact copy. flags must be 0 (plain area average; other values are reserved). Stores the
+   new record in result and returns true; false, result untouched, for a null source, another
+   depth, a factor below 1, non-zero flags, an empty rectangle or a failed allocation. */
+QUILP_API bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int flags,
+                            tagRect32* rect);
+
 /* (end of skew estimation and downscaling) */
 
 

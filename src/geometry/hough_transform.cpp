@@ -26,6 +26,8 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <cstdlib>
+#include <cstdio>
 #include <new>
 #include <vector>
 
@@ -37,7 +39,8 @@ namespace quilp {
 namespace {
 
 constexpr double kSlopeRange = 0.18;  // tan 10.2 degrees: the steepest drift the lanes cover
-constexpr int kExactRadius = 4;       // rows on either side of the dyadic peak made straight
+constexpr int kExactRadius = 4;   // straight rows beyond the dyadic peak's span on either side
+constexpr int kExactSpan = 40;    // and at most this many rows from its best row
 
 // The median grey level, from every fourth pixel of every fourth row (every pixel of areas
 // too small for that).
@@ -59,6 +62,29 @@ int PaperLevel(RowTable const& src) {
 
 int64_t FloorDiv(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
 
+// A peak of row scores: the first highest row and the rows around it whose score stays above
+// halfway between the highest and the median score, at least minHalf rows on either side.
+struct PeakSpan {
+  int best = 0, first = 0, last = 0;
+};
+
+PeakSpan FindPeakSpan(std::vector<double> const& score, int from, int minHalf) {
+  int const n = int(score.size());
+  PeakSpan span;
+  span.best = from;
+  for (int y = from + 1; y < n; ++y)
+    if (score[std::size_t(y)] > score[std::size_t(span.best)]) span.best = y;
+  std::vector<double> sorted(score.begin() + from, score.end());
+  std::nth_element(sorted.begin(), sorted.begin() + std::ptrdiff_t(sorted.size() / 2), sorted.end());
+  double const level = 0.5 * (score[std::size_t(span.best)] + sorted[sorted.size() / 2]);
+  span.first = span.last = span.best;
+  while (span.first > from && (span.best - span.first < minHalf || score[std::size_t(span.first - 1)] > level))
+    --span.first;
+  while (span.last + 1 < n && (span.last - span.best < minHalf || score[std::size_t(span.last + 1)] > level))
+    ++span.last;
+  return span;
+}
+
 // The area's ink dealt to the lanes. A lane position holds the mean ink of the lane's pixels
 // at that position scaled to 0..kLaneTop (so that a line sum over L lanes fits 16 bits),
 // truncated: value = (ink sum * scale_x) >> 16 with scale_x = 65536 * top / (255 * pixels_x).
@@ -73,7 +99,8 @@ constexpr int kBlockRows = 16;
 
 void LoadBands(RowTable const& src, bool horizontal, HoughGeometry const& g, int paper,
                HoughRowKernels const& k, Bands& b) {
-  std::size_t const p = std::size_t(g.positions), lanes = std::size_t(g.lanes);
+  std::size_t const lanes = std::size_t(g.lanes);
+  std::size_t const p = std::size_t(g.positions);
   int const units = (g.across + g.unit - 1) / g.unit;
   // Unit j goes to the lane holding its centre; lanes take runs of consecutive units.
   std::vector<int> firstUnit(lanes + 1, units);
@@ -211,17 +238,23 @@ DibInfo* Transform(RowTable const& src, bool horizontal, int depth) {
   for (int t = 0; t < g.lanes; ++t) source[std::size_t(g.lanes + t)] = {down.Lane(t), 0};
   for (int t = 1; t < g.lanes; ++t) source[std::size_t(g.lanes - t)] = {up.Lane(t), t % g.positions};
 
-  int best = g.lanes;
-  int64_t bestScore = -1;
+  // The dyadic rows' scores, smoothed over 5 rows, place the window of straight rows: the
+  // peak's span and kExactRadius rows beyond it on either side, at most kExactSpan rows each
+  // way from its best row.
   std::vector<int> rowTop(static_cast<std::size_t>(rows), 0);
+  std::vector<double> dyadic(static_cast<std::size_t>(rows), 0.0), smooth(dyadic);
+  for (int r = 1; r < rows; ++r)
+    dyadic[std::size_t(r)] = double(rk.rowScore(source[std::size_t(r)].sums, g.positions, rowTop[std::size_t(r)]));
   for (int r = 1; r < rows; ++r) {
-    int64_t const s = rk.rowScore(source[std::size_t(r)].sums, g.positions, rowTop[std::size_t(r)]);
-    if (s > bestScore) {
-      bestScore = s;
-      best = r;
-    }
+    int const a = std::max(1, r - 2), b = std::min(rows - 1, r + 2);
+    double sum = 0.0;
+    for (int i = a; i <= b; ++i) sum += dyadic[std::size_t(i)];
+    smooth[std::size_t(r)] = sum / (b - a + 1);
   }
-  int const lo = std::max(1, best - kExactRadius), hi = std::min(rows - 1, best + kExactRadius);
+  PeakSpan const span = FindPeakSpan(smooth, 1, 0);
+  int const lo = std::max({1, span.first - kExactRadius, span.best - kExactSpan});
+  int const hi = std::min({rows - 1, span.last + kExactRadius, span.best + kExactSpan});
+  if (getenv("QD")) fprintf(stderr, "coarse best %d (drift %d) span %d..%d\n", span.best, span.best - g.lanes, lo - g.lanes, hi - g.lanes);
   std::vector<uint16_t> straight;
   StraightRows(bands, g, rk, lo - g.lanes, hi - lo + 1, straight);
   for (int r = lo; r <= hi; ++r) {
@@ -289,27 +322,30 @@ bool HoughPeak(DibInfo const* transform, int window, int measure, int& position,
     }
     score[std::size_t(y)] = s;
   }
-  int best = 0;
-  for (int y = 1; y < h; ++y)
-    if (score[std::size_t(y)] > score[std::size_t(best)]) best = y;
-  // Least-squares parabola a x^2 + b x + c through the scores at x = -m..m around the best row
-  // (m = half the window, fewer near the ends): b = sum x s / sum x^2,
-  // a = sum (x^2 - q) s / sum (x^2 - q)^2 with q the mean of x^2; vertex at -b / 2a.
-  int const m = std::min({window / 2, best, h - 1 - best});
-  double offset = 0.0;
-  if (m >= 1) {
-    double sxx = 0.0;
-    for (int x = -m; x <= m; ++x) sxx += double(x) * x;
-    double const q = sxx / (2 * m + 1);
-    double xs = 0.0, qs = 0.0, qq = 0.0;
-    for (int x = -m; x <= m; ++x) {
-      double const s = score[std::size_t(best + x)];
-      xs += x * s;
-      qs += (x * x - q) * s;
-      qq += (x * x - q) * (x * x - q);
+  PeakSpan const span = FindPeakSpan(score, 0, window / 2);
+  int const best = span.best;
+  // Least-squares parabola a x^2 + b x + c through the scores of the span, x = row - best.
+  double m[3][4] = {};
+  for (int y = span.first; y <= span.last; ++y) {
+    double const x = y - best, v = score[std::size_t(y)];
+    double const pw[5] = {1.0, x, x * x, x * x * x, x * x * x * x};
+    for (int i = 0; i < 3; ++i) {
+      for (int j = 0; j < 3; ++j) m[i][j] += pw[4 - i - j];
+      m[i][3] += pw[2 - i] * v;
     }
-    double const a = qs / qq, b = xs / sxx;
-    if (a < 0.0) offset = std::min(double(m), std::max(-double(m), -b / (2.0 * a)));
+  }
+  double offset = 0.0;
+  if (span.last - span.first >= 2) {
+    for (int i = 0; i < 3; ++i)  // Gaussian elimination; the matrix is positive definite
+      for (int j = i + 1; j < 3; ++j) {
+        double const f = m[j][i] / m[i][i];
+        for (int q = i; q < 4; ++q) m[j][q] -= f * m[i][q];
+      }
+    double const c = m[2][3] / m[2][2];
+    double const b = (m[1][3] - m[1][2] * c) / m[1][1];
+    double const a = (m[0][3] - m[0][2] * c - m[0][1] * b) / m[0][0];
+    if (a < 0.0)
+      offset = std::min(double(span.last - best), std::max(double(span.first - best), -b / (2.0 * a)));
   }
   position = static_cast<int>(std::floor((best + offset) * kHoughPeakScale + 0.5));
   double const v = score[std::size_t(best)] / w;

@@ -1,0 +1,175 @@
+// edge_pair_skew.cpp - skew from pairs of upper-edge points, voted into a slope histogram.
+//
+//  1. The paper level L: walking down from 255 through the histogram of the interior (5 pixels
+//     in from every edge), the first level at which the count reaches half the whole area.
+//  2. Upper-edge points: interior pixels whose horizontal median of three is dark,
+//     (m * 256) / L < 230, under a row whose median of three is light, (m' * 256) / L > 230.
+//     Each is recorded as (x / 20, x, y) in an array that doubles when full.
+//  3. The records sorted by band, then row (qsort).
+//  4. Every point votes with every point of the band two to its right lying at most 10 rows
+//     above or below: slope = (dy * 1024) / dx, truncated, kept when |slope| < 400.
+//  5. The peak: the last of the equal maxima (scanning upward), a runner-up, and a rule that
+//     prefers a broad runner-up to an isolated spike; the tangent is the last slope whose count
+//     equals the chosen one and exceeds 5% of the maximum.
+// Cost: one pass over the area with two medians per pixel; pairs only between neighbouring
+// bands within 21 rows.
+#include "geometry/edge_pair_skew.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <initializer_list>
+
+namespace quilp {
+namespace {
+
+constexpr int kMargin = 5;          // pixels left out at every edge
+constexpr int kBand = 20;           // columns per band
+constexpr int kRowReach = 10;       // partners lie within this many rows
+constexpr int kSlopeLimit = 400;    // slopes kept: |slope| < 400 (units of 1/1024)
+constexpr unsigned kEdgeLevel = 230;  // dark below, light above, in 1/256 of the paper level
+
+struct EdgePoint {
+  int32_t band, x, y;
+};
+
+int CompareBandThenRow(void const* a, void const* b) {
+  EdgePoint const& p = *static_cast<EdgePoint const*>(a);
+  EdgePoint const& q = *static_cast<EdgePoint const*>(b);
+  return p.band != q.band ? p.band - q.band : p.y - q.y;
+}
+
+inline int Median3(int a, int b, int c) {
+  int const lo = a < b ? a : b, hi = a < b ? b : a;
+  return c < lo ? lo : c > hi ? hi : c;
+}
+
+// The growable array of records: room for 1 at first, doubled when full.
+class EdgePoints {
+ public:
+  ~EdgePoints() { std::free(data_); }
+  bool Append(EdgePoint const& p) {
+    if (size_ == capacity_) {
+      std::size_t const room = capacity_ ? capacity_ * 2 : 1;
+      void* grown = std::realloc(data_, room * sizeof(EdgePoint));
+      if (!grown) return false;
+      data_ = static_cast<EdgePoint*>(grown);
+      capacity_ = room;
+    }
+    data_[size_++] = p;
+    return true;
+  }
+  EdgePoint* data() { return data_; }
+  std::size_t size() const { return size_; }
+
+ private:
+  EdgePoint* data_ = nullptr;
+  std::size_t size_ = 0, capacity_ = 0;
+};
+
+int PaperLevel(DibView const& img) {
+  uint64_t hist[256] = {};
+  for (int y = kMargin; y < img.height - kMargin; ++y) {
+    uint8_t const* row = img.Row(y);
+    for (int x = kMargin; x < img.width - kMargin; ++x) ++hist[row[x]];
+  }
+  uint64_t const half = uint64_t(img.width) * uint64_t(img.height) / 2;
+  uint64_t run = 0;
+  for (int v = 255; v >= 0; --v) {
+    run += hist[v];
+    if (run >= half) return v;
+  }
+  return 0;
+}
+
+bool FindEdges(DibView const& img, int paper, EdgePoints& points) {
+  bool dark[256], light[256];
+  for (unsigned v = 0; v < 256; ++v) {
+    dark[v] = v * 256 / unsigned(paper) < kEdgeLevel;
+    light[v] = v * 256 / unsigned(paper) > kEdgeLevel;
+  }
+  for (int y = kMargin; y < img.height - kMargin; ++y) {
+    uint8_t const* row = img.Row(y);
+    uint8_t const* above = img.Row(y - 1);
+    for (int x = kMargin; x < img.width - kMargin; ++x) {
+      if (!dark[Median3(row[x - 1], row[x], row[x + 1])]) continue;
+      if (!light[Median3(above[x - 1], above[x], above[x + 1])]) continue;
+      if (!points.Append({x / kBand, x, y})) return false;
+    }
+  }
+  return true;
+}
+
+// Votes of the pairs two bands apart into counts[slope + kSlopeLimit].
+void Vote(EdgePoint const* p, std::size_t n, int bands, int* counts) {
+  std::size_t i = 0, partner = 0;
+  while (i < n) {
+    int const band = p[i].band;
+    if (band + 2 >= bands) break;
+    std::size_t end = i;
+    while (end < n && p[end].band == band) ++end;
+    if (partner < end) partner = end;
+    while (partner < n && p[partner].band < band + 2) ++partner;
+    for (; i < end; ++i) {
+      while (partner < n && p[partner].band == band + 2 && p[i].y - p[partner].y > kRowReach)
+        ++partner;
+      for (std::size_t q = partner; q < n && p[q].band == band + 2 && p[q].y - p[i].y <= kRowReach;
+           ++q) {
+        int const slope = (p[q].y - p[i].y) * 1024 / (p[q].x - p[i].x);
+        if (slope > -kSlopeLimit && slope < kSlopeLimit) ++counts[slope + kSlopeLimit];
+      }
+    }
+  }
+}
+
+// True when every count within 3 slopes on either side (inside the range) is at most 0.2
+// times the count at `slope`.
+bool Isolated(int const* counts, int slope) {
+  double const limit = 0.2 * counts[slope + kSlopeLimit];
+  for (int d = 1; d <= 3; ++d)
+    for (int const s : {slope - d, slope + d})
+      if (s >= -kSlopeLimit && s < kSlopeLimit && counts[s + kSlopeLimit] > limit) return false;
+  return true;
+}
+
+int ChooseSlope(int const* counts) {
+  int maxCount = 0, runnerCount = 0;
+  bool maxIsolated = false, runnerIsolated = false;
+  for (int s = -kSlopeLimit; s < kSlopeLimit; ++s) {
+    int const c = counts[s + kSlopeLimit];
+    if (c >= maxCount) {
+      maxCount = c;
+      maxIsolated = Isolated(counts, s);
+    } else if (c >= runnerCount) {
+      runnerCount = c;
+      runnerIsolated = Isolated(counts, s);
+    }
+  }
+  if (maxCount == 0) return 0;
+  int target = maxCount;
+  if (maxIsolated && !runnerIsolated && runnerCount >= 0.05 * maxCount) target = runnerCount;
+  int tangent = 0;
+  for (int s = -kSlopeLimit; s < kSlopeLimit; ++s) {
+    int const c = counts[s + kSlopeLimit];
+    if (double(c) / maxCount > 0.05 && c == target) tangent = s;
+  }
+  return tangent;
+}
+
+}  // namespace
+
+bool DibEdgePairSkew(DibView const& img, int& tangent) {
+  tangent = 0;
+  int const paper = PaperLevel(img);
+  if (paper == 0) return true;  // nothing lighter than black: no edges to measure
+  EdgePoints points;
+  if (!FindEdges(img, paper, points)) return false;
+  if (points.size() > 1)
+    std::qsort(points.data(), points.size(), sizeof(EdgePoint), CompareBandThenRow);
+  int counts[2 * kSlopeLimit + 1] = {};
+  Vote(points.data(), points.size(), img.width / kBand, counts);
+  tangent = ChooseSlope(counts);
+  return true;
+}
+
+}  // namespace quilp
