@@ -317,11 +317,18 @@ bool DibHoughGetAngle(double& angle, DibInfo* dib, int, tagRect32* rect) {
 
 bool DibSmartGetAngle(int& skew, DibInfo* dib, int hFactor, int vFactor, tagRect32* rect) {
   if (!dib || dib->BitsPerPixel() != 8) return false;
+  // The small image. Factors of 1 would copy the rectangle pixel for pixel; the rectangle of
+  // the page is read in place instead, which gives the same points.
   DibInfo* small = nullptr;
-  if (!DibDownscale(small, dib, hFactor, vFactor, 0, rect)) return false;
+  Area area;
+  if (hFactor == 1 && vFactor == 1) {
+    if (!ClampRect(dib, rect, area)) return false;
+  } else if (!DibDownscale(small, dib, hFactor, vFactor, 0, rect)) {
+    return false;
+  }
   DibHolder holder(small);
   int tangent = 0;
-  bool const ok = DibEdgePairSkew(MakeView(small), tangent);
+  bool const ok = DibEdgePairSkew(small ? MakeView(small) : MakeView(dib, area), tangent);
   // (int)(T * vFactor / hFactor + 0.5), truncating toward zero; huge factors saturate.
   double const scaled = double(tangent) * vFactor / hFactor + 0.5;
   skew = scaled >= double(INT_MAX) ? INT_MAX : scaled <= double(INT_MIN) ? INT_MIN : int(scaled);

@@ -19,6 +19,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <vector>
+
+#include "geometry/edge_rows.h"
 
 namespace quilp {
 namespace {
@@ -37,11 +40,6 @@ int CompareBandThenRow(void const* a, void const* b) {
   EdgePoint const& p = *static_cast<EdgePoint const*>(a);
   EdgePoint const& q = *static_cast<EdgePoint const*>(b);
   return p.band != q.band ? p.band - q.band : p.y - q.y;
-}
-
-inline int Median3(int a, int b, int c) {
-  int const lo = a < b ? a : b, hi = a < b ? b : a;
-  return c < lo ? lo : c > hi ? hi : c;
 }
 
 // The growable array of records: room for 1 at first, doubled when full.
@@ -68,34 +66,43 @@ class EdgePoints {
 };
 
 int PaperLevel(DibView const& img) {
-  uint64_t hist[256] = {};
+  // Four histograms side by side, so that runs of one level do not wait on one counter.
+  uint32_t part[4][256] = {};
   for (int y = kMargin; y < img.height - kMargin; ++y) {
     uint8_t const* row = img.Row(y);
-    for (int x = kMargin; x < img.width - kMargin; ++x) ++hist[row[x]];
+    int x = kMargin;
+    for (; x + 4 <= img.width - kMargin; x += 4) {
+      ++part[0][row[x]];
+      ++part[1][row[x + 1]];
+      ++part[2][row[x + 2]];
+      ++part[3][row[x + 3]];
+    }
+    for (; x < img.width - kMargin; ++x) ++part[0][row[x]];
   }
   uint64_t const half = uint64_t(img.width) * uint64_t(img.height) / 2;
   uint64_t run = 0;
   for (int v = 255; v >= 0; --v) {
-    run += hist[v];
+    run += uint64_t(part[0][v]) + part[1][v] + part[2][v] + part[3][v];
     if (run >= half) return v;
   }
   return 0;
 }
 
+// Both tests are monotone in the level: dark below darkBelow, light from lightFrom on.
 bool FindEdges(DibView const& img, int paper, EdgePoints& points) {
-  bool dark[256], light[256];
+  int darkBelow = 0, lightFrom = 256;
   for (unsigned v = 0; v < 256; ++v) {
-    dark[v] = v * 256 / unsigned(paper) < kEdgeLevel;
-    light[v] = v * 256 / unsigned(paper) > kEdgeLevel;
+    if (v * 256 / unsigned(paper) < kEdgeLevel) darkBelow = int(v) + 1;
+    if (v * 256 / unsigned(paper) > kEdgeLevel && lightFrom == 256) lightFrom = int(v);
   }
+  if (lightFrom == 256 || darkBelow == 0) return true;
+  EdgeKernels const& k = EdgeKernelsActive();
+  std::vector<int32_t> xs(std::size_t(img.width));
   for (int y = kMargin; y < img.height - kMargin; ++y) {
-    uint8_t const* row = img.Row(y);
-    uint8_t const* above = img.Row(y - 1);
-    for (int x = kMargin; x < img.width - kMargin; ++x) {
-      if (!dark[Median3(row[x - 1], row[x], row[x + 1])]) continue;
-      if (!light[Median3(above[x - 1], above[x], above[x + 1])]) continue;
-      if (!points.Append({x / kBand, x, y})) return false;
-    }
+    int const n = k.upperEdges(img.Row(y), img.Row(y - 1), kMargin, img.width - kMargin,
+                               darkBelow, lightFrom, xs.data());
+    for (int i = 0; i < n; ++i)
+      if (!points.Append({xs[std::size_t(i)] / kBand, xs[std::size_t(i)], y})) return false;
   }
   return true;
 }

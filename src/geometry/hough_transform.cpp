@@ -26,8 +26,6 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <cstdlib>
-#include <cstdio>
 #include <new>
 #include <vector>
 
@@ -254,7 +252,6 @@ DibInfo* Transform(RowTable const& src, bool horizontal, int depth) {
   PeakSpan const span = FindPeakSpan(smooth, 1, 0);
   int const lo = std::max({1, span.first - kExactRadius, span.best - kExactSpan});
   int const hi = std::min({rows - 1, span.last + kExactRadius, span.best + kExactSpan});
-  if (getenv("QD")) fprintf(stderr, "coarse best %d (drift %d) span %d..%d\n", span.best, span.best - g.lanes, lo - g.lanes, hi - g.lanes);
   std::vector<uint16_t> straight;
   StraightRows(bands, g, rk, lo - g.lanes, hi - lo + 1, straight);
   for (int r = lo; r <= hi; ++r) {

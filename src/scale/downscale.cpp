@@ -43,40 +43,84 @@ void Reduce1(DibView const& dst, DibView const& src, int hf, int vf) {
   }
 }
 
-// Bytes: `channels` bytes per pixel, each averaged on its own.
+// (sum + n/2) / n for the blocks of one result row that hold n pixels: a shift when n is a
+// power of two, a table when every sum fits 16 bits, a division otherwise.
+class RoundedMean {
+ public:
+  explicit RoundedMean(uint64_t n) : n_(n) {
+    if ((n & (n - 1)) == 0) {
+      while ((uint64_t(1) << shift_) < n) ++shift_;
+    } else if (n * 255 < 65536) {
+      shift_ = -1;
+      table_.resize(std::size_t(n * 255 + 1));
+      for (std::size_t v = 0; v < table_.size(); ++v) table_[v] = static_cast<uint8_t>((v + n / 2) / n);
+    } else {
+      shift_ = -2;
+    }
+  }
+  uint8_t operator()(uint64_t sum) const {
+    if (shift_ >= 0) return static_cast<uint8_t>((sum + n_ / 2) >> shift_);
+    if (shift_ == -1) return table_[std::size_t(sum)];
+    return static_cast<uint8_t>((sum + n_ / 2) / n_);
+  }
+
+ private:
+  uint64_t n_;
+  int shift_ = 0;  // >= 0: a power of two; -1: the table; -2: divide
+  std::vector<uint8_t> table_;
+};
+
+// Bytes: `channels` bytes per pixel, each averaged on its own. Column sums are kept in Acc,
+// 32 bits whenever the block's rows cannot overflow it.
+template <class Acc>
 void ReduceBytes(DibView const& dst, DibView const& src, int channels, int hf, int vf) {
   std::size_t const bytes = std::size_t(src.width) * std::size_t(channels);
-  if (hf == 1 && vf == 1) {
-    for (int y = 0; y < src.height; ++y) std::memcpy(dst.Row(y), src.Row(y), bytes);
-    return;
-  }
-  std::vector<uint64_t> sums(bytes);
+  std::size_t const ch = std::size_t(channels);
+  std::vector<Acc> sums(bytes);
+  int const fullColumns = src.width / hf;  // result columns whose block is hf wide
   for (int oy = 0; oy < dst.height; ++oy) {
     int const y0 = oy * vf, y1 = int(std::min<int64_t>(int64_t(y0) + vf, src.height));
-    std::fill(sums.begin(), sums.end(), 0);
+    std::fill(sums.begin(), sums.end(), Acc(0));
     for (int y = y0; y < y1; ++y) {
       uint8_t const* row = src.Row(y);
-      for (std::size_t i = 0; i < bytes; ++i) sums[i] += row[i];
+      for (std::size_t i = 0; i < bytes; ++i) sums[i] = Acc(sums[i] + row[i]);
     }
     uint8_t* out = dst.Row(oy);
-    for (int ox = 0; ox < dst.width; ++ox) {
-      int const x0 = ox * hf, x1 = int(std::min<int64_t>(int64_t(x0) + hf, src.width));
-      uint64_t const n = uint64_t(x1 - x0) * uint64_t(y1 - y0);
-      for (int c = 0; c < channels; ++c) {
+    RoundedMean const full(uint64_t(hf) * uint64_t(y1 - y0));
+    for (int ox = 0; ox < fullColumns; ++ox) {
+      Acc const* column = &sums[std::size_t(ox) * std::size_t(hf) * ch];
+      for (std::size_t c = 0; c < ch; ++c) {
         uint64_t s = 0;
-        for (int x = x0; x < x1; ++x) s += sums[std::size_t(x) * std::size_t(channels) + std::size_t(c)];
-        out[std::size_t(ox) * std::size_t(channels) + std::size_t(c)] = static_cast<uint8_t>((s + n / 2) / n);
+        for (int x = 0; x < hf; ++x) s += column[std::size_t(x) * ch + c];
+        out[std::size_t(ox) * ch + c] = full(s);
+      }
+    }
+    if (fullColumns < dst.width) {  // the last block is narrower
+      int const x0 = fullColumns * hf, width = src.width - x0;
+      uint64_t const n = uint64_t(width) * uint64_t(y1 - y0);
+      for (std::size_t c = 0; c < ch; ++c) {
+        uint64_t s = 0;
+        for (int x = 0; x < width; ++x) s += sums[(std::size_t(x0) + std::size_t(x)) * ch + c];
+        out[std::size_t(fullColumns) * ch + c] = static_cast<uint8_t>((s + n / 2) / n);
       }
     }
   }
+}
+
+void CopyBytes(DibView const& dst, DibView const& src, int channels) {
+  std::size_t const bytes = std::size_t(src.width) * std::size_t(channels);
+  for (int y = 0; y < src.height; ++y) std::memcpy(dst.Row(y), src.Row(y), bytes);
 }
 
 }  // namespace
 
 void DibDownscaleArea(DibView const& dst, DibView const& src, int bitCount, int hFactor,
                       int vFactor) {
+  int const channels = bitCount / 8;
   if (bitCount == 1) Reduce1(dst, src, hFactor, vFactor);
-  else ReduceBytes(dst, src, bitCount / 8, hFactor, vFactor);
+  else if (hFactor == 1 && vFactor == 1) CopyBytes(dst, src, channels);
+  else if (vFactor <= 16843009) ReduceBytes<uint32_t>(dst, src, channels, hFactor, vFactor);  // 255 * vf < 2^32
+  else ReduceBytes<uint64_t>(dst, src, channels, hFactor, vFactor);
 }
 
 }  // namespace quilp
