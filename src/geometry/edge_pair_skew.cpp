@@ -29,7 +29,7 @@ namespace {
 constexpr int kMargin = 5;          // pixels left out at every edge
 constexpr int kBand = 20;           // columns per band
 constexpr int kRowReach = 10;       // partners lie within this many rows
-constexpr int kSlopeLimit = 400;    // slopes kept: |slope| < 400 (units of 1/1024)
+constexpr int kSlopeLimit = kEdgePairSlopes;  // slopes kept: |slope| < 400 (1/1024)
 constexpr unsigned kEdgeLevel = 230;  // dark below, light above, in 1/256 of the paper level
 
 struct EdgePoint {
@@ -139,7 +139,9 @@ bool Isolated(int const* counts, int slope) {
   return true;
 }
 
-int ChooseSlope(int const* counts) {
+}  // namespace
+
+int EdgePairSlope(int const* counts) {
   int maxCount = 0, runnerCount = 0;
   bool maxIsolated = false, runnerIsolated = false;
   for (int s = -kSlopeLimit; s < kSlopeLimit; ++s) {
@@ -163,8 +165,6 @@ int ChooseSlope(int const* counts) {
   return tangent;
 }
 
-}  // namespace
-
 bool DibEdgePairSkew(DibView const& img, int& tangent) {
   tangent = 0;
   int const paper = PaperLevel(img);
@@ -175,7 +175,7 @@ bool DibEdgePairSkew(DibView const& img, int& tangent) {
     std::qsort(points.data(), points.size(), sizeof(EdgePoint), CompareBandThenRow);
   int counts[2 * kSlopeLimit + 1] = {};
   Vote(points.data(), points.size(), img.width / kBand, counts);
-  tangent = ChooseSlope(counts);
+  tangent = EdgePairSlope(counts);
   return true;
 }
 

@@ -50,7 +50,7 @@ class RoundedMean {
   explicit RoundedMean(uint64_t n) : n_(n) {
     if ((n & (n - 1)) == 0) {
       while ((uint64_t(1) << shift_) < n) ++shift_;
-    } else if (n * 255 < 65536) {
+    } else if (n <= 65535 / 255) {
       shift_ = -1;
       table_.resize(std::size_t(n * 255 + 1));
       for (std::size_t v = 0; v < table_.size(); ++v) table_[v] = static_cast<uint8_t>((v + n / 2) / n);
