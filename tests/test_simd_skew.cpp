@@ -103,14 +103,23 @@ TEST(SkewSimd, PageTransformRows) {
     quilp::HoughRowKernels const& k = Rows(tier);
     for (int count : kLengths) {
       std::vector<uint8_t> row = Random<uint8_t>(rng, Len(count), 255);
-      for (int paper : {0, 1, 200, 255})
-        for (int unit : {1, 2, 4, 8}) {
-          std::size_t const units = std::size_t((count + unit - 1) / unit);
-          std::vector<uint16_t> a(units, 1), b(units, 1);
-          scalar.inkUnits(row.data(), count, unit, paper, a.data());
-          k.inkUnits(row.data(), count, unit, paper, b.data());
-          EXPECT_EQ(a, b) << "inkUnits " << count << " unit " << unit << " paper " << paper;
-        }
+      // Lanes of 0 to 6 columns (empty ones first, inside and last) over `count` columns.
+      std::vector<int> first(1, 0);
+      while (first.back() < count) first.push_back(std::min(count, first.back() + int(rng() % 7)));
+      first.push_back(count);
+      int const lanes = int(first.size()) - 1;
+      std::vector<uint16_t> scale = Random<uint16_t>(rng, Len(lanes), 65535);
+      std::vector<std::vector<uint8_t>> rows(16);
+      uint8_t const* rowPtr[16];
+      for (int r = 0; r < 16; ++r) rows[std::size_t(r)] = Random<uint8_t>(rng, Len(count), 255), rowPtr[r] = rows[std::size_t(r)].data();
+      for (int paper : {0, 1, 200, 255}) {
+        std::vector<std::vector<uint16_t>> a(Len(lanes), std::vector<uint16_t>(16, 7)), b = a;
+        std::vector<uint16_t*> pa, pb;
+        for (int x = 0; x < lanes; ++x) pa.push_back(a[std::size_t(x)].data()), pb.push_back(b[std::size_t(x)].data());
+        scalar.bandRows16(rowPtr, paper, first.data(), scale.data(), lanes, pa.data());
+        k.bandRows16(rowPtr, paper, first.data(), scale.data(), lanes, pb.data());
+        EXPECT_EQ(a, b) << "bandRows16 " << count << " paper " << paper;
+      }
       std::vector<uint16_t> lane = Random<uint16_t>(rng, Len(count), 60000), lane2 = lane;
       scalar.addInk(row.data(), count, 180, lane.data());
       k.addInk(row.data(), count, 180, lane2.data());

@@ -8,13 +8,14 @@ namespace {
 
 inline int Ink(int paper, int v) { return paper > v ? paper - v : 0; }
 
-void InkUnits(uint8_t const* row, int count, int unit, int paper, uint16_t* sums) {
-  for (int c0 = 0, j = 0; c0 < count; c0 += unit, ++j) {
-    int const c1 = c0 + unit < count ? c0 + unit : count;
-    int s = 0;
-    for (int c = c0; c < c1; ++c) s += Ink(paper, row[c]);
-    sums[j] = static_cast<uint16_t>(s);
-  }
+void BandRows16(uint8_t const* const* rows, int paper, int const* first, uint16_t const* scale,
+                int lanes, uint16_t* const* out) {
+  for (int x = 0; x < lanes; ++x)
+    for (int r = 0; r < 16; ++r) {
+      int s = 0;
+      for (int c = first[x]; c < first[x + 1]; ++c) s += Ink(paper, rows[r][c]);
+      out[x][r] = static_cast<uint16_t>((uint32_t(s) * scale[x]) >> 16);
+    }
 }
 
 void AddInk(uint8_t const* row, int count, int paper, uint16_t* lane) {
@@ -59,7 +60,7 @@ int64_t ByteSharpness(uint8_t const* row, int count) {
 }  // namespace
 
 HoughRowKernels const& HoughRowKernelsScalar() {
-  static HoughRowKernels const table = {InkUnits, AddInk,  Widen,        Accumulate,
+  static HoughRowKernels const table = {BandRows16, AddInk, Widen,        Accumulate,
                                         RowScore, ToBytes, ByteSharpness};
   return table;
 }

@@ -8,9 +8,12 @@ namespace quilp {
 
 // Vector tables must equal the scalar one bit for bit.
 struct HoughRowKernels {
-  // sums[j] = sum of max(0, paper - row[c]) over the columns c of unit j (unit = 1, 2, 4 or 8
-  // columns; the last unit may be short), for the `count` columns of the row.
-  void (*inkUnits)(uint8_t const* row, int count, int unit, int paper, uint16_t* sums);
+  // Sixteen rows dealt to lanes: for x < lanes and r < 16,
+  //   out[x][r] = ((sum over the columns c in [first[x], first[x + 1]) of
+  //                 max(0, paper - rows[r][c])) * scale[x]) >> 16,
+  // the ink sums staying below 65536 (at most 257 columns a lane).
+  void (*bandRows16)(uint8_t const* const* rows, int paper, int const* first,
+                     uint16_t const* scale, int lanes, uint16_t* const* out);
   // lane[c] += max(0, paper - row[c]) for c < count.
   void (*addInk)(uint8_t const* row, int count, int paper, uint16_t* lane);
   // dst[c] = src[c] for c < count.

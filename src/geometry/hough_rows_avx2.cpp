@@ -4,7 +4,10 @@
 // the byte scaling repeats the scalar float operations in the same order.
 #include <immintrin.h>
 
+#include <cstring>
+
 #include "geometry/hough_rows.h"
+#include "simd/transpose8.h"
 
 namespace quilp {
 namespace {
@@ -13,36 +16,46 @@ inline __m256i Load(void const* p) { return _mm256_loadu_si256(static_cast<__m25
 inline void Store(void* p, __m256i v) { _mm256_storeu_si256(static_cast<__m256i*>(p), v); }
 inline int Ink(int paper, int v) { return paper > v ? paper - v : 0; }
 
-void InkUnits(uint8_t const* row, int count, int unit, int paper, uint16_t* sums) {
-  __m256i const pv = _mm256_set1_epi8(static_cast<char>(paper));
-  __m256i const ones8 = _mm256_set1_epi8(1), ones16 = _mm256_set1_epi16(1);
-  int c = 0, j = 0;
-  for (; c + 32 <= count; c += 32) {
-    __m256i const ink = _mm256_subs_epu8(pv, Load(row + c));
-    if (unit == 1) {
-      Store(sums + j, _mm256_cvtepu8_epi16(_mm256_castsi256_si128(ink)));
-      Store(sums + j + 16, _mm256_cvtepu8_epi16(_mm256_extracti128_si256(ink, 1)));
-      j += 32;
-    } else if (unit == 2) {
-      Store(sums + j, _mm256_maddubs_epi16(ink, ones8));
-      j += 16;
-    } else if (unit == 4) {
-      __m256i const q = _mm256_madd_epi16(_mm256_maddubs_epi16(ink, ones8), ones16);
-      __m256i const packed = _mm256_permute4x64_epi64(_mm256_packus_epi32(q, q), 0x08);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(sums + j), _mm256_castsi256_si128(packed));
-      j += 8;
-    } else {
-      alignas(32) uint64_t s[4];
-      _mm256_store_si256(reinterpret_cast<__m256i*>(s), _mm256_sad_epu8(ink, _mm256_setzero_si256()));
-      for (int i = 0; i < 4; ++i) sums[j + i] = static_cast<uint16_t>(s[i]);
-      j += 4;
+// Sixteen rows of sixteen columns at a time are turned into sixteen columns of sixteen rows;
+// a running 16-row sum takes each column in turn and is scaled out when a lane's last column
+// has been added.
+void BandRows16(uint8_t const* const* rows, int paper, int const* first, uint16_t const* scale,
+                int lanes, uint16_t* const* out) {
+  int const width = first[lanes];
+  __m128i const pv = _mm_set1_epi8(static_cast<char>(paper));
+  __m256i acc = _mm256_setzero_si256();
+  int x = 0;
+  auto emit = [&](int end) {  // lanes whose columns all lie before `end`
+    while (x < lanes && first[x + 1] <= end) {
+      Store(out[x], _mm256_mulhi_epu16(acc, _mm256_set1_epi16(static_cast<short>(scale[x]))));
+      acc = _mm256_setzero_si256();
+      ++x;
     }
-  }
-  for (; c < count; c += unit, ++j) {
-    int const end = c + unit < count ? c + unit : count;
-    int s = 0;
-    for (int x = c; x < end; ++x) s += Ink(paper, row[x]);
-    sums[j] = static_cast<uint16_t>(s);
+  };
+  emit(0);
+  for (int c0 = 0; c0 < width; c0 += 16) {
+    __m128i r[8], lo[8], hi[8];
+    uint8_t pad[16][16];
+    bool const tail = c0 + 16 > width;
+    for (int half = 0; half < 2; ++half) {
+      for (int j = 0; j < 8; ++j) {
+        uint8_t const* src = rows[8 * half + j] + c0;
+        if (tail) {  // columns past the width read as paper; no lane takes them
+          std::memset(pad[8 * half + j], 255, 16);
+          std::memcpy(pad[8 * half + j], src, std::size_t(width - c0));
+          src = pad[8 * half + j];
+        }
+        r[j] = _mm_subs_epu8(pv, _mm_loadu_si128(reinterpret_cast<__m128i const*>(src)));
+      }
+      simd::Transpose8x16(r, half ? hi : lo);
+    }
+    int const n = tail ? width - c0 : 16;
+    for (int i = 0; i < n; ++i) {
+      __m128i const column = (i & 1) ? _mm_unpackhi_epi64(lo[i / 2], hi[i / 2])
+                                     : _mm_unpacklo_epi64(lo[i / 2], hi[i / 2]);
+      acc = _mm256_add_epi16(acc, _mm256_cvtepu8_epi16(column));
+      emit(c0 + i + 1);
+    }
   }
 }
 
@@ -146,7 +159,7 @@ int64_t ByteSharpness(uint8_t const* row, int count) {
 }  // namespace
 
 HoughRowKernels const& HoughRowKernelsAvx2() {
-  static HoughRowKernels const table = {InkUnits, AddInk,  Widen,        Accumulate,
+  static HoughRowKernels const table = {BandRows16, AddInk, Widen,        Accumulate,
                                         RowScore, ToBytes, ByteSharpness};
   return table;
 }

@@ -2,7 +2,10 @@
 // per step; the same arithmetic as the AVX2 file on 128-bit registers.
 #include <immintrin.h>
 
+#include <cstring>
+
 #include "geometry/hough_rows.h"
+#include "simd/transpose8.h"
 
 namespace quilp {
 namespace {
@@ -11,35 +14,49 @@ inline __m128i Load(void const* p) { return _mm_loadu_si128(static_cast<__m128i 
 inline void Store(void* p, __m128i v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
 inline int Ink(int paper, int v) { return paper > v ? paper - v : 0; }
 
-void InkUnits(uint8_t const* row, int count, int unit, int paper, uint16_t* sums) {
+// Sixteen rows of sixteen columns at a time are turned into sixteen columns of sixteen rows;
+// a running 16-row sum (two registers) takes each column in turn and is scaled out when a
+// lane's last column has been added.
+void BandRows16(uint8_t const* const* rows, int paper, int const* first, uint16_t const* scale,
+                int lanes, uint16_t* const* out) {
+  int const width = first[lanes];
   __m128i const pv = _mm_set1_epi8(static_cast<char>(paper));
-  __m128i const ones8 = _mm_set1_epi8(1), ones16 = _mm_set1_epi16(1);
-  int c = 0, j = 0;
-  for (; c + 16 <= count; c += 16) {
-    __m128i const ink = _mm_subs_epu8(pv, Load(row + c));
-    if (unit == 1) {
-      Store(sums + j, _mm_cvtepu8_epi16(ink));
-      Store(sums + j + 8, _mm_cvtepu8_epi16(_mm_srli_si128(ink, 8)));
-      j += 16;
-    } else if (unit == 2) {
-      Store(sums + j, _mm_maddubs_epi16(ink, ones8));
-      j += 8;
-    } else if (unit == 4) {
-      __m128i const q = _mm_madd_epi16(_mm_maddubs_epi16(ink, ones8), ones16);
-      _mm_storel_epi64(reinterpret_cast<__m128i*>(sums + j), _mm_packus_epi32(q, q));
-      j += 4;
-    } else {
-      __m128i const s = _mm_sad_epu8(ink, _mm_setzero_si128());
-      sums[j] = static_cast<uint16_t>(_mm_cvtsi128_si32(s));
-      sums[j + 1] = static_cast<uint16_t>(_mm_extract_epi16(s, 4));
-      j += 2;
+  __m128i acc0 = _mm_setzero_si128(), acc1 = _mm_setzero_si128();
+  int x = 0;
+  auto emit = [&](int end) {  // lanes whose columns all lie before `end`
+    while (x < lanes && first[x + 1] <= end) {
+      __m128i const s = _mm_set1_epi16(static_cast<short>(scale[x]));
+      Store(out[x], _mm_mulhi_epu16(acc0, s));
+      Store(out[x] + 8, _mm_mulhi_epu16(acc1, s));
+      acc0 = acc1 = _mm_setzero_si128();
+      ++x;
     }
-  }
-  for (; c < count; c += unit, ++j) {
-    int const end = c + unit < count ? c + unit : count;
-    int s = 0;
-    for (int x = c; x < end; ++x) s += Ink(paper, row[x]);
-    sums[j] = static_cast<uint16_t>(s);
+  };
+  emit(0);
+  for (int c0 = 0; c0 < width; c0 += 16) {
+    __m128i r[8], lo[8], hi[8];
+    uint8_t pad[16][16];
+    bool const tail = c0 + 16 > width;
+    for (int half = 0; half < 2; ++half) {
+      for (int j = 0; j < 8; ++j) {
+        uint8_t const* src = rows[8 * half + j] + c0;
+        if (tail) {  // columns past the width read as paper; no lane takes them
+          std::memset(pad[8 * half + j], 255, 16);
+          std::memcpy(pad[8 * half + j], src, std::size_t(width - c0));
+          src = pad[8 * half + j];
+        }
+        r[j] = _mm_subs_epu8(pv, _mm_loadu_si128(reinterpret_cast<__m128i const*>(src)));
+      }
+      simd::Transpose8x16(r, half ? hi : lo);
+    }
+    int const n = tail ? width - c0 : 16;
+    for (int i = 0; i < n; ++i) {
+      __m128i const column = (i & 1) ? _mm_unpackhi_epi64(lo[i / 2], hi[i / 2])
+                                     : _mm_unpacklo_epi64(lo[i / 2], hi[i / 2]);
+      acc0 = _mm_add_epi16(acc0, _mm_cvtepu8_epi16(column));
+      acc1 = _mm_add_epi16(acc1, _mm_cvtepu8_epi16(_mm_srli_si128(column, 8)));
+      emit(c0 + i + 1);
+    }
   }
 }
 
@@ -141,7 +158,7 @@ int64_t ByteSharpness(uint8_t const* row, int count) {
 }  // namespace
 
 HoughRowKernels const& HoughRowKernelsSse41() {
-  static HoughRowKernels const table = {InkUnits, AddInk,  Widen,        Accumulate,
+  static HoughRowKernels const table = {BandRows16, AddInk, Widen,        Accumulate,
                                         RowScore, ToBytes, ByteSharpness};
   return table;
 }

@@ -83,41 +83,35 @@ PeakSpan FindPeakSpan(std::vector<double> const& score, int from, int minHalf) {
   return span;
 }
 
-// The area's ink dealt to the lanes. A lane position holds the mean ink of the lane's pixels
-// at that position scaled to 0..kLaneTop (so that a line sum over L lanes fits 16 bits),
-// truncated: value = (ink sum * scale_x) >> 16 with scale_x = 65536 * top / (255 * pixels_x).
+// The area's ink dealt to the lanes. A lane position holds the ink of the lane's pixels at
+// that position, scaled so that a full lane reads kLaneTop (fewer for more than 512 lanes, so
+// that a line sum over all lanes fits 16 bits) and truncated:
+// value = (ink sum * scale_x) >> 16, scale_x = 65536 * top / (255 * pixels_x).
 struct Bands {
-  int top = 0;                // the largest lane value, 65535 / L
+  int top = 0;                // the largest lane value
   std::vector<uint16_t> ink;  // lane x at [x * positions, (x + 1) * positions)
   std::vector<int64_t> centre2;  // twice the centre of lane x in pixels across; -1: empty
 };
 
-// Rows of the area summed into the lanes a block at a time, then written lane by lane.
-constexpr int kBlockRows = 16;
+constexpr int kLaneTop = 127;
 
 void LoadBands(RowTable const& src, bool horizontal, HoughGeometry const& g, int paper,
                HoughRowKernels const& k, Bands& b) {
-  std::size_t const lanes = std::size_t(g.lanes);
-  std::size_t const p = std::size_t(g.positions);
-  int const units = (g.across + g.unit - 1) / g.unit;
-  // Unit j goes to the lane holding its centre; lanes take runs of consecutive units.
-  std::vector<int> firstUnit(lanes + 1, units);
-  for (int j = units - 1; j >= 0; --j) {
-    int64_t const centre2 = int64_t(2 * j + 1) * g.unit;
-    std::size_t const x = std::size_t(std::min<int64_t>(
-        centre2 * (g.lanes - 1) / (2 * int64_t(g.across)), g.lanes - 1));
-    firstUnit[x] = j;
-  }
-  for (std::size_t x = lanes; x-- > 0;) firstUnit[x] = std::min(firstUnit[x], firstUnit[x + 1]);
-  b.top = 65535 / g.lanes;
+  std::size_t const p = std::size_t(g.positions), lanes = std::size_t(g.lanes);
+  // Pixel i across goes to the lane holding its centre: (2i + 1)(L - 1) / 2W; lane x takes
+  // pixels first[x] .. first[x + 1] - 1 (2 to 6 of them: the pitch is 2.78 to 5.56).
+  std::vector<int> first(lanes + 1, g.across);
+  for (int i = g.across - 1; i >= 0; --i)
+    first[std::size_t(int64_t(2 * i + 1) * (g.lanes - 1) / (2 * int64_t(g.across)))] = i;
+  for (std::size_t x = lanes; x-- > 0;) first[x] = std::min(first[x], first[x + 1]);
+  b.top = std::min(kLaneTop, 65535 / g.lanes);
   b.centre2.assign(lanes, -1);
-  std::vector<int> scale(lanes, 0);
+  std::vector<uint16_t> scale(lanes, 0);
   for (std::size_t x = 0; x < lanes; ++x) {
-    int64_t const from = int64_t(firstUnit[x]) * g.unit;
-    int64_t const to = std::min<int64_t>(int64_t(firstUnit[x + 1]) * g.unit, g.across);
-    if (to <= from) continue;
-    b.centre2[x] = from + to;
-    scale[x] = int(65536 * int64_t(b.top) / (255 * (to - from)));
+    int const n = first[x + 1] - first[x];
+    if (n == 0) continue;
+    b.centre2[x] = first[x] + first[x + 1];
+    scale[x] = static_cast<uint16_t>(65536 * b.top / (255 * n));
   }
   b.ink.resize(lanes * p);
 
@@ -125,39 +119,25 @@ void LoadBands(RowTable const& src, bool horizontal, HoughGeometry const& g, int
     std::fill(b.ink.begin(), b.ink.end(), 0);
     for (std::size_t x = 0; x < lanes; ++x) {
       uint16_t* lane = &b.ink[x * p];
-      for (int u = firstUnit[x]; u < firstUnit[x + 1]; ++u)
-        for (int y = u * g.unit; y < std::min((u + 1) * g.unit, g.across); ++y)
-          k.addInk(src.Row(y), g.along, paper, lane);
-      for (int c = 0; c < g.along; ++c) lane[c] = static_cast<uint16_t>((lane[c] * scale[x]) >> 16);
+      for (int y = first[x]; y < first[x + 1]; ++y) k.addInk(src.Row(y), g.along, paper, lane);
+      for (int c = 0; c < g.along; ++c) lane[c] = static_cast<uint16_t>((uint32_t(lane[c]) * scale[x]) >> 16);
     }
     return;
   }
-  // Every lane holds one or two units (the pitch is 2.78 to 5.56 columns, the unit at most the
-  // pitch); a lane's second unit, or its first when it is empty, points at a zero slot.
-  std::vector<uint16_t> sums(static_cast<std::size_t>(units) + 1, 0);
-  std::vector<int> one(lanes), two(lanes);
-  bool simple = true;
-  for (std::size_t x = 0; x < lanes; ++x) {
-    int const n = firstUnit[x + 1] - firstUnit[x];
-    simple = simple && n <= 2;
-    one[x] = n >= 1 ? firstUnit[x] : units;
-    two[x] = n >= 2 ? firstUnit[x] + 1 : units;
-  }
-  std::vector<uint16_t> block(lanes * kBlockRows);
-  for (int y0 = 0; y0 < g.along; y0 += kBlockRows) {
-    int const n = std::min(kBlockRows, g.along - y0);
-    for (int r = 0; r < n; ++r) {
-      k.inkUnits(src.Row(y0 + r), g.across, g.unit, paper, sums.data());
-      uint16_t* cell = &block[std::size_t(r)];
-      for (std::size_t x = 0; x < lanes; ++x, cell += kBlockRows) {
-        int s = sums[std::size_t(one[x])] + sums[std::size_t(two[x])];
-        if (!simple)
-          for (int u = firstUnit[x] + 2; u < firstUnit[x + 1]; ++u) s += sums[std::size_t(u)];
-        *cell = static_cast<uint16_t>((s * scale[x]) >> 16);
-      }
-    }
-    for (std::size_t x = 0; x < lanes; ++x)
-      std::memcpy(&b.ink[x * p + std::size_t(y0)], &block[x * kBlockRows], std::size_t(n) * 2);
+  // Sixteen rows at a time, written straight into the lanes (the last block through a spare
+  // buffer when the lanes end before its sixteenth row).
+  std::vector<uint16_t*> out(lanes);
+  std::vector<uint16_t> spare(lanes * 16);
+  for (int y0 = 0; y0 < g.along; y0 += 16) {
+    int const n = std::min(16, g.along - y0);
+    uint8_t const* rows[16];
+    for (int r = 0; r < 16; ++r) rows[r] = src.Row(y0 + std::min(r, n - 1));
+    bool const inside = std::size_t(y0) + 16 <= p;
+    for (std::size_t x = 0; x < lanes; ++x) out[x] = inside ? &b.ink[x * p + std::size_t(y0)] : &spare[x * 16];
+    k.bandRows16(rows, paper, first.data(), scale.data(), g.lanes, out.data());
+    if (!inside)
+      for (std::size_t x = 0; x < lanes; ++x)
+        std::memcpy(&b.ink[x * p + std::size_t(y0)], &spare[x * 16], std::size_t(n) * 2);
   }
   for (std::size_t x = 0; x < lanes; ++x)  // the positions of lines entering through the top
     std::memset(&b.ink[x * p + std::size_t(g.along)], 0, (p - std::size_t(g.along)) * 2);
@@ -279,8 +259,6 @@ HoughGeometry HoughGeometryFor(int across, int along) {
   while ((1 << g.logLanes) - 1 < need) ++g.logLanes;
   g.lanes = 1 << g.logLanes;
   g.positions = along + g.lanes - 1;
-  double const pitch = double(across) / (g.lanes - 1);
-  g.unit = pitch >= 8 ? 8 : pitch >= 4 ? 4 : pitch >= 2 ? 2 : 1;
   return g;
 }
 

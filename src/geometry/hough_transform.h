@@ -22,7 +22,6 @@ struct HoughGeometry {
   int across = 0, along = 0;
   int logLanes = 0, lanes = 0;  // lanes = 2^logLanes, lanes - 1 >= across * kHoughSlopeRange
   int positions = 0;            // along + lanes - 1: every line that meets the area
-  int unit = 1;                 // pixels summed together before they are dealt to lanes
 };
 HoughGeometry HoughGeometryFor(int across, int along);
 
