@@ -50,7 +50,7 @@ std::vector<std::vector<int>> FadeReference(DibInfo const* src) {
   return out;
 }
 
-// A white 8-bit image with a dark band two rows thick whose top row drifts `drift` rows from
+// A white 8-bit image with a dark band three rows thick whose top row drifts `drift` rows from
 // the first column to the last.
 DibPtr LineImage(int width, int height, int y0, int drift) {
   DibPtr dib(DibCreate(width, height, 3937, 3937, 8));
@@ -58,7 +58,7 @@ DibPtr LineImage(int width, int height, int y0, int drift) {
     for (int x = 0; x < width; ++x) Px(dib.get(), x, y) = 250;
   for (int x = 0; x < width; ++x) {
     int const y = y0 + int(std::lround(double(drift) * x / (width - 1)));
-    Px(dib.get(), x, y) = Px(dib.get(), x, y + 1) = 10;
+    Px(dib.get(), x, y) = Px(dib.get(), x, y + 1) = Px(dib.get(), x, y + 2) = 10;
   }
   return dib;
 }
@@ -122,37 +122,37 @@ TEST(FadeBorders, MatchesTheFormulaAndTheUncopiedForm) {
 }
 
 TEST(HoughTransform, RowsAreDriftsAndColumnsAreLeftEdgeRows) {
-  int const w = 200, h = 120;  // L = 64: the smallest power of two with L - 1 >= 0.18 * 200
-  for (int drift : {-30, -7, 0, 13, 31}) {
+  int const w = 400, h = 160, reach = 72;  // reach = ceil(0.18 * 400): drifts -72..71
+  for (int drift : {-66, -7, 0, 13, 64}) {
     SCOPED_TRACE(drift);
-    DibPtr page = LineImage(w, h, 50, drift);
+    DibPtr page = LineImage(w, h, 80, drift);
     DibPtr t8(DibHoughTransform(page.get(), 2, 8));
     DibPtr t32(DibHoughTransform(page.get(), 2, 32));
     ASSERT_TRUE(t8 && t32);
-    EXPECT_EQ(t8->Height(), 128);
-    EXPECT_EQ(t8->Width(), h + 63);
+    EXPECT_EQ(t8->Height(), 2 * reach);
+    EXPECT_EQ(t8->Width(), h + reach);
     EXPECT_EQ(t8->BitsPerPixel(), 8);
     EXPECT_EQ(t32->BitsPerPixel(), 32);
-    // The peak lies on the row of the line's drift (its top row drifts `drift` over 199
+    // The peak lies on the row of the line's drift (its top row drifts `drift` over 399
     // columns, a hair more over the width).
-    EXPECT_NEAR(PeakRow(t8.get()) - 64, drift, 0.6);
-    EXPECT_NEAR(PeakRow(t32.get()) - 64, drift, 0.6);
-    // On that row the line's sum sits at the columns of its left-edge rows, 50 and 51, and
+    EXPECT_NEAR(PeakRow(t8.get()) - reach, drift, 0.6);
+    EXPECT_NEAR(PeakRow(t32.get()) - reach, drift, 0.6);
+    // On that row the line's sum sits at the columns of its left-edge rows, 80 to 82, and
     // comes within a few lanes of the largest sum (lines a row off may pick up the band's
-    // other row in the lanes where the drawn and the summed line round apart).
-    int const row = 64 + drift;
+    // other rows in the lanes where the drawn and the summed line round apart).
+    int const row = reach + drift;
     int32_t top = 0;
     for (int y = 0; y < t32->Height(); ++y)
       for (int x = 0; x < t32->Width(); ++x) top = std::max(top, At32(t32.get(), x, y));
-    EXPECT_GT(std::max(At32(t32.get(), 50, row), At32(t32.get(), 51, row)), top * 9 / 10);
-    EXPECT_GT(std::max(Px(t8.get(), 50, row), Px(t8.get(), 51, row)), 229);
-    EXPECT_LT(At32(t32.get(), 55, row), top / 20);
+    EXPECT_GT(At32(t32.get(), 81, row), top * 9 / 10);
+    EXPECT_GT(Px(t8.get(), 81, row), 229);
+    EXPECT_LT(At32(t32.get(), 86, row), top / 20);
     // Mode 1 on the transposed image sees the same lines.
     DibPtr across = Transpose(page.get());
     DibPtr t1(DibHoughTransform(across.get(), 1, 8));
     ASSERT_TRUE(t1);
-    EXPECT_EQ(t1->Height(), 128);
-    EXPECT_NEAR(PeakRow(t1.get()) - 64, drift, 0.6);
+    EXPECT_EQ(t1->Height(), 2 * reach);
+    EXPECT_NEAR(PeakRow(t1.get()) - reach, drift, 0.6);
   }
 }
 
@@ -168,7 +168,7 @@ TEST(HoughTransform, RefusesWhatItCannotRead) {
   DibPtr dot = RandomDib(1, 1, 8, false, 3);
   DibPtr t(DibHoughTransform(dot.get(), 2, 8));
   ASSERT_TRUE(t);
-  EXPECT_EQ(t->Height(), 4);
+  EXPECT_EQ(t->Height(), 2);  // reach 1: the drifts -1 and 0
 }
 
 TEST(HoughPeak, ParabolaThroughTheScoresAroundTheBestRow) {

@@ -103,9 +103,12 @@ TEST(SkewSimd, PageTransformRows) {
     quilp::HoughRowKernels const& k = Rows(tier);
     for (int count : kLengths) {
       std::vector<uint8_t> row = Random<uint8_t>(rng, Len(count), 255);
-      // Lanes of 0 to 6 columns (empty ones first, inside and last) over `count` columns.
+      // Lanes of 0 to 6 columns, or of whole groups of four (the grouped path), empty ones
+      // first, inside and last, over `count` columns.
+      for (int grain : {1, 4}) {
       std::vector<int> first(1, 0);
-      while (first.back() < count) first.push_back(std::min(count, first.back() + int(rng() % 7)));
+      while (first.back() < count)
+        first.push_back(std::min(count, first.back() + grain * int(rng() % (grain == 1 ? 7 : 4))));
       first.push_back(count);
       int const lanes = int(first.size()) - 1;
       std::vector<uint16_t> scale = Random<uint16_t>(rng, Len(lanes), 65535);
@@ -118,7 +121,8 @@ TEST(SkewSimd, PageTransformRows) {
         for (int x = 0; x < lanes; ++x) pa.push_back(a[std::size_t(x)].data()), pb.push_back(b[std::size_t(x)].data());
         scalar.bandRows16(rowPtr, paper, first.data(), scale.data(), lanes, pa.data());
         k.bandRows16(rowPtr, paper, first.data(), scale.data(), lanes, pb.data());
-        EXPECT_EQ(a, b) << "bandRows16 " << count << " paper " << paper;
+        EXPECT_EQ(a, b) << "bandRows16 " << count << " paper " << paper << " grain " << grain;
+      }
       }
       std::vector<uint16_t> lane = Random<uint16_t>(rng, Len(count), 60000), lane2 = lane;
       scalar.addInk(row.data(), count, 180, lane.data());
@@ -142,6 +146,12 @@ TEST(SkewSimd, PageTransformRows) {
       k.toBytes(small.data(), bb.data(), count, 255.0f / 5000.0f);
       EXPECT_EQ(ba, bb);
       EXPECT_EQ(scalar.byteSharpness(row.data(), count), k.byteSharpness(row.data(), count));
+      for (int times : {1, 3, 4}) {
+        std::vector<uint8_t> sa(Len(count)), sb(Len(count));
+        scalar.spread(row.data(), sa.data(), count, times);
+        k.spread(row.data(), sb.data(), count, times);
+        EXPECT_EQ(sa, sb) << "spread " << count << " x" << times;
+      }
     }
   }
 }

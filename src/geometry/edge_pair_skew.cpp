@@ -5,7 +5,8 @@
 //  2. Upper-edge points: interior pixels whose horizontal median of three is dark,
 //     (m * 256) / L < 230, under a row whose median of three is light, (m' * 256) / L > 230.
 //     Each is recorded as (x / 20, x, y) in an array that doubles when full.
-//  3. The records sorted by band, then row (qsort).
+//  3. The records sorted by band, then row: they are found row by row, so a stable counting
+//     sort by band gives that order (records of one band and row vote alike in any order).
 //  4. Every point votes with every point of the band two to its right lying at most 10 rows
 //     above or below: slope = (dy * 1024) / dx, truncated, kept when |slope| < 400.
 //  5. The peak: the last of the equal maxima (scanning upward), a runner-up, and a rule that
@@ -19,6 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <new>
 #include <vector>
 
 #include "geometry/edge_rows.h"
@@ -35,12 +37,6 @@ constexpr unsigned kEdgeLevel = 230;  // dark below, light above, in 1/256 of th
 struct EdgePoint {
   int32_t band, x, y;
 };
-
-int CompareBandThenRow(void const* a, void const* b) {
-  EdgePoint const& p = *static_cast<EdgePoint const*>(a);
-  EdgePoint const& q = *static_cast<EdgePoint const*>(b);
-  return p.band != q.band ? p.band - q.band : p.y - q.y;
-}
 
 // The growable array of records: room for 1 at first, doubled when full.
 class EdgePoints {
@@ -103,6 +99,21 @@ bool FindEdges(DibView const& img, int paper, EdgePoints& points) {
                                darkBelow, lightFrom, xs.data());
     for (int i = 0; i < n; ++i)
       if (!points.Append({xs[std::size_t(i)] / kBand, xs[std::size_t(i)], y})) return false;
+  }
+  return true;
+}
+
+// Stable counting sort of the records (in row order) by band; false when memory runs out.
+bool SortByBand(EdgePoints& points, int bands, std::vector<EdgePoint>& out) {
+  try {
+    std::vector<std::size_t> start(std::size_t(bands) + 1, 0);
+    for (std::size_t i = 0; i < points.size(); ++i) ++start[std::size_t(points.data()[i].band) + 1];
+    for (std::size_t b = 1; b < start.size(); ++b) start[b] += start[b - 1];
+    out.resize(points.size());
+    for (std::size_t i = 0; i < points.size(); ++i)
+      out[start[std::size_t(points.data()[i].band)]++] = points.data()[i];
+  } catch (std::bad_alloc const&) {
+    return false;
   }
   return true;
 }
@@ -171,10 +182,10 @@ bool DibEdgePairSkew(DibView const& img, int& tangent) {
   if (paper == 0) return true;  // nothing lighter than black: no edges to measure
   EdgePoints points;
   if (!FindEdges(img, paper, points)) return false;
-  if (points.size() > 1)
-    std::qsort(points.data(), points.size(), sizeof(EdgePoint), CompareBandThenRow);
+  std::vector<EdgePoint> sorted;
+  if (!SortByBand(points, img.width / kBand + 1, sorted)) return false;
   int counts[2 * kSlopeLimit + 1] = {};
-  Vote(points.data(), points.size(), img.width / kBand, counts);
+  Vote(sorted.data(), sorted.size(), img.width / kBand, counts);
   tangent = EdgePairSlope(counts);
   return true;
 }

@@ -12,9 +12,15 @@
 namespace quilp {
 namespace {
 
+// Sums in 32 bits, which hold 16 million bytes, in runs of that many.
 int64_t RowSum(uint8_t const* row, int width) {
   int64_t s = 0;
-  for (int x = 0; x < width; ++x) s += row[x];
+  for (int x0 = 0; x0 < width; x0 += 1 << 24) {
+    uint32_t run = 0;
+    int const x1 = width - x0 < (1 << 24) ? width : x0 + (1 << 24);
+    for (int x = x0; x < x1; ++x) run += row[x];
+    s += run;
+  }
   return s;
 }
 
@@ -32,8 +38,9 @@ int BorderLevel(DibView const& src, int k) {
 }
 
 void BlendRow(uint8_t const* src, uint8_t* dst, int width, int background, int weight) {
-  int const base = background * 256 - background * weight + 128;
-  for (int x = 0; x < width; ++x) dst[x] = static_cast<uint8_t>((base + src[x] * weight) >> 8);
+  uint32_t const base = uint32_t(background * 256 - background * weight + 128);
+  uint32_t const w = uint32_t(weight);
+  for (int x = 0; x < width; ++x) dst[x] = static_cast<uint8_t>((base + src[x] * w) >> 8);
 }
 
 void CopyRow(uint8_t const* src, uint8_t* dst, int width) {

@@ -30,6 +30,10 @@ void Accumulate(uint16_t const* src, uint16_t* acc, int count) {
   for (int c = 0; c < count; ++c) acc[c] = static_cast<uint16_t>(acc[c] + src[c]);
 }
 
+void Spread(uint8_t const* src, uint8_t* dst, int count, int times) {
+  for (int i = 0; i < count; ++i) dst[i] = src[i / times];
+}
+
 int64_t RowScore(uint16_t const* row, int count, int& top) {
   int64_t s = 0;
   int m = top;
@@ -61,7 +65,7 @@ int64_t ByteSharpness(uint8_t const* row, int count) {
 
 HoughRowKernels const& HoughRowKernelsScalar() {
   static HoughRowKernels const table = {BandRows16, AddInk, Widen,        Accumulate,
-                                        RowScore, ToBytes, ByteSharpness};
+                                        Spread,     RowScore, ToBytes, ByteSharpness};
   return table;
 }
 

@@ -20,6 +20,8 @@ struct HoughRowKernels {
   void (*widen)(uint16_t const* src, int32_t* dst, int count);
   // acc[c] += src[c] for c < count (16-bit, wrapping).
   void (*accumulate)(uint16_t const* src, uint16_t* acc, int count);
+  // dst[i] = src[i / times] for i < count (times >= 1).
+  void (*spread)(uint8_t const* src, uint8_t* dst, int count, int times);
   // Sum over c + 1 < count of (row[c + 1] - row[c])^2; `top` becomes the larger of itself
   // and the row's values.
   int64_t (*rowScore)(uint16_t const* row, int count, int& top);

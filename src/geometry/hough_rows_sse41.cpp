@@ -2,6 +2,7 @@
 // per step; the same arithmetic as the AVX2 file on 128-bit registers.
 #include <immintrin.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "geometry/hough_rows.h"
@@ -14,11 +15,76 @@ inline __m128i Load(void const* p) { return _mm_loadu_si128(static_cast<__m128i 
 inline void Store(void* p, __m128i v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
 inline int Ink(int paper, int v) { return paper > v ? paper - v : 0; }
 
+// Bands made of whole groups of four columns: each row's ink is summed four columns at a time
+// (byte pair sums, then pairs of those), sixty-four groups a chunk; the chunk's sixteen rows
+// of group sums are turned into sixteen-row columns by word transposes and added up band by
+// band as in the byte path.
+bool QuadAligned(int const* first, int lanes) {
+  for (int x = 0; x < lanes; ++x)
+    if ((first[x] & 3) && first[x] != first[lanes]) return false;
+  return true;
+}
+
+void BandRows16Quads(uint8_t const* const* rows, int paper, int const* first,
+                     uint16_t const* scale, int lanes, uint16_t* const* out) {
+  int const width = first[lanes], quads = (width + 3) / 4;
+  __m128i const pv = _mm_set1_epi8(static_cast<char>(paper));
+  __m128i const ones8 = _mm_set1_epi8(1), ones16 = _mm_set1_epi16(1);
+  __m128i acc0 = _mm_setzero_si128(), acc1 = _mm_setzero_si128();
+  int x = 0;
+  auto emit = [&](int endQuad) {  // lanes whose groups all lie before `endQuad`
+    while (x < lanes && (first[x + 1] + 3) / 4 <= endQuad) {
+      __m128i const f = _mm_set1_epi16(static_cast<short>(scale[x]));
+      Store(out[x], _mm_mulhi_epu16(acc0, f));
+      Store(out[x] + 8, _mm_mulhi_epu16(acc1, f));
+      acc0 = acc1 = _mm_setzero_si128();
+      ++x;
+    }
+  };
+  emit(0);
+  alignas(16) uint16_t sums[16][64] = {};
+  alignas(16) uint8_t pad[256];
+  for (int q0 = 0; q0 < quads; q0 += 64) {
+    int const n = std::min(64, quads - q0), columns = std::min(256, width - 4 * q0);
+    for (int r = 0; r < 16; ++r) {
+      uint8_t const* src = rows[r] + 4 * q0;
+      if (columns < 256) {  // columns past the width read as paper: no ink
+        std::memset(pad, 255, sizeof pad);
+        std::memcpy(pad, src, std::size_t(columns));
+        src = pad;
+      }
+      for (int i = 0; i < 4 * n; i += 32) {
+        __m128i const a = _mm_madd_epi16(_mm_maddubs_epi16(_mm_subs_epu8(pv, Load(src + i)), ones8), ones16);
+        __m128i const b = _mm_madd_epi16(_mm_maddubs_epi16(_mm_subs_epu8(pv, Load(src + i + 16)), ones8), ones16);
+        Store(&sums[r][i / 4], _mm_packus_epi32(a, b));
+      }
+    }
+    for (int k = 0; k < n; k += 8) {
+      __m128i lo[8], hi[8], tlo[8], thi[8];
+      for (int j = 0; j < 8; ++j) {
+        lo[j] = _mm_load_si128(reinterpret_cast<__m128i const*>(&sums[j][k]));
+        hi[j] = _mm_load_si128(reinterpret_cast<__m128i const*>(&sums[8 + j][k]));
+      }
+      simd::Transpose8x8Words(lo, tlo);
+      simd::Transpose8x8Words(hi, thi);
+      for (int i = 0; i < 8 && k + i < n; ++i) {
+        acc0 = _mm_add_epi16(acc0, tlo[i]);
+        acc1 = _mm_add_epi16(acc1, thi[i]);
+        emit(q0 + k + i + 1);
+      }
+    }
+  }
+}
+
 // Sixteen rows of sixteen columns at a time are turned into sixteen columns of sixteen rows;
 // a running 16-row sum (two registers) takes each column in turn and is scaled out when a
 // lane's last column has been added.
 void BandRows16(uint8_t const* const* rows, int paper, int const* first, uint16_t const* scale,
                 int lanes, uint16_t* const* out) {
+  if (QuadAligned(first, lanes)) {
+    BandRows16Quads(rows, paper, first, scale, lanes, out);
+    return;
+  }
   int const width = first[lanes];
   __m128i const pv = _mm_set1_epi8(static_cast<char>(paper));
   __m128i acc0 = _mm_setzero_si128(), acc1 = _mm_setzero_si128();
@@ -82,6 +148,21 @@ void Accumulate(uint16_t const* src, uint16_t* acc, int count) {
   int c = 0;
   for (; c + 8 <= count; c += 8) Store(acc + c, _mm_add_epi16(Load(acc + c), Load(src + c)));
   for (; c < count; ++c) acc[c] = static_cast<uint16_t>(acc[c] + src[c]);
+}
+
+// Four at a time: every byte repeated four times by one byte shuffle.
+void Spread(uint8_t const* src, uint8_t* dst, int count, int times) {
+  int i = 0;
+  if (times == 4) {
+    __m128i const lo = _mm_setr_epi8(0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2, 3, 3, 3, 3);
+    __m128i const hi = _mm_setr_epi8(4, 4, 4, 4, 5, 5, 5, 5, 6, 6, 6, 6, 7, 7, 7, 7);
+    for (; i + 32 <= count; i += 32) {
+      __m128i const v = _mm_loadl_epi64(reinterpret_cast<__m128i const*>(src + i / 4));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i), _mm_shuffle_epi8(v, lo));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i + 16), _mm_shuffle_epi8(v, hi));
+    }
+  }
+  for (; i < count; ++i) dst[i] = src[i / times];
 }
 
 int64_t RowScore(uint16_t const* row, int count, int& top) {
@@ -159,7 +240,7 @@ int64_t ByteSharpness(uint8_t const* row, int count) {
 
 HoughRowKernels const& HoughRowKernelsSse41() {
   static HoughRowKernels const table = {BandRows16, AddInk, Widen,        Accumulate,
-                                        RowScore, ToBytes, ByteSharpness};
+                                        Spread,     RowScore, ToBytes, ByteSharpness};
   return table;
 }
 

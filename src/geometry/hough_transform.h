@@ -20,8 +20,11 @@ inline constexpr int kHoughPeakScale = 256;
 // horizontal lines, the height for nearly vertical ones) and are counted along `along`.
 struct HoughGeometry {
   int across = 0, along = 0;
-  int logLanes = 0, lanes = 0;  // lanes = 2^logLanes, lanes - 1 >= across * kHoughSlopeRange
-  int positions = 0;            // along + lanes - 1: every line that meets the area
+  int reach = 0;        // drifts -reach..reach-1 rows; reach = ceil(0.18 across), at least 1
+  int positions = 0;    // along + reach: every line that meets the area
+  int bands = 0;        // bands of pixels across (a power of two, about reach / 2)
+  int pool = 1;         // rows pooled into one coarse position (4 for pages)
+  int coarseLanes = 0;  // lanes of the coarse transform (a power of two dividing bands)
 };
 HoughGeometry HoughGeometryFor(int across, int along);
 
