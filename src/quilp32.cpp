@@ -281,11 +281,11 @@ DibInfo* DibHoughTransform(DibInfo* dib, int mode, int depth) {
   return HoughTransformImage(RowsOf(MakeView(dib)), mode, depth);
 }
 
-bool DibFindHoughPeak(DibInfo* transform, int radius, int measure, int& position, int& value) {
+bool DibFindHoughPeak(DibInfo* transform, int window, int measure, int& position, int& value) {
   if (!transform || (transform->BitsPerPixel() != 8 && transform->BitsPerPixel() != 32))
     return false;
-  if (measure < 0 || measure > 1 || radius < 0) return false;
-  return HoughPeak(transform, radius, measure, position, value);
+  if (measure < 0 || measure > 1 || window < 0) return false;
+  return HoughPeak(transform, window, measure, position, value);
 }
 
 bool DibHoughGetAngle(double& angle, DibInfo* dib, int, tagRect32* rect) {

@@ -309,36 +309,50 @@ QUILP_API bool DibHoughCompute(DibInfo* dib, int& zero, int& slope, int& score, 
 /* Releases the prepared state: true when one was live, false otherwise (a second call). */
 QUILP_API bool DibHoughDone();
 
-/* The Hough transform image of an 8-bit image. mode 2 follows nearly horizontal lines, mode 1
-   nearly vertical ones; depth is 8 or 32. For mode 2 on a W x H image, with L the smallest
-   power of two such that L - 1 >= 0.18 W (lines up to about 10 degrees):
-     - row p holds the lines that drift p - L rows from the left edge to the right one
-       (positive: descending), so a line of row p has the angle atan2(p - L, W); the image
-       has 2L rows (row 0, a drift of -L, is empty), centred at half its height;
-     - column c holds the line that crosses the left edge at row c, columns H..H+L-2
-       standing for rows -(L-1)..-1 above the top, so the width is H + L - 1;
-     - a value is the sum along the line of each pixel's ink, max(0, paper - value), paper
-       being the median grey level: every column contributes its pixel in the line's row.
-   Lines are the dyadic digital lines of the fast Hough transform over L bands of columns.
-   32 bits: the sums as signed 32-bit integers; 8 bits: the sums scaled so the largest is 255.
-   Mode 1 is the same with rows and columns exchanged (drift to the right going down).
+/* The Hough transform image of an 8-bit image: one row per drift of a straight line across the
+   image, one column per line. mode 2 follows nearly horizontal lines, mode 1 nearly vertical
+   ones (rows and columns of the image exchanged); depth is 8 or 32. For mode 2 on a W x H
+   image, with R = ceil(0.18 W) (lines up to about 10 degrees), the result is top-down,
+   H + R wide and 2R high:
+     - row p holds the lines that drift p - R rows from the left edge to the right one
+       (positive: descending to the right), so a line of row p has the angle
+       atan2(p - 0.5 * height, W);
+     - column c holds the line that crosses the left edge at row c, the columns H..H+R-1
+       standing for the rows -R..-1 above the top (lines that enter through the top);
+     - a value is the ink along the line: each pixel weighs max(0, paper - value), paper
+       being the median grey level, and the pixels of bands about R/2 wide across the image
+       are summed and scaled to 0..127 (a full band), so a value is the sum over the bands of
+       each band's scaled ink in the line's row at the band's centre.
+   Rows near the strongest drift (at least 6 on either side of it, more while the peak stays
+   broad) follow straight lines at full resolution; the others come from a fast Hough
+   transform at a quarter of the resolution along and across (less for small images): dyadic
+   digital lines, each value covering 4 columns, each row serving the drifts nearest its own.
+   32 bits: the values as signed 32-bit integers; 8 bits: scaled so that the largest is 255.
    Null for a null image, a depth other than 8, a mode other than 1 or 2, a depth argument
    other than 8 or 32, an empty image or a failed allocation. */
 QUILP_API DibInfo* DibHoughTransform(DibInfo* dib, int mode, int depth);
 /* The strongest row of a transform image (8 or 32 bits). Each row is scored by measure 1: the
    sum of the squared differences between neighbouring values (how sharply the row's lines
-   separate ink from paper); measure 0: the sum of the squared values. position is the row of
-   the highest score refined to a fraction of a row, in 1/256 rows; value is the peak score
-   divided by the width. radius: <unused yet>. False, outputs untouched, for a null image, a
-   depth other than 8 or 32, a measure other than 0 or 1, a negative radius, an empty image. */
-QUILP_API bool DibFindHoughPeak(DibInfo* transform, int radius, int measure, int& position,
+   separate ink from paper), or measure 0: the sum of the squared values. The first row with
+   the highest score is refined by a least-squares parabola through the scores of the rows
+   around it that stay above halfway between its score and the median score, and at least
+   `window` / 2 rows on either side (window 5: two). position is the refined row in 1/256
+   rows (row p at p * 256); value is the best score divided by the width, at most INT_MAX.
+   False, outputs untouched, for a null image, a depth other than 8 or 32, a measure other
+   than 0 or 1, a negative window or an image without rows or columns. */
+QUILP_API bool DibFindHoughPeak(DibInfo* transform, int window, int measure, int& position,
                                 int& value);
-/* The skew angle in radians of an 8-bit page or of the rectangle of it (clamping rule): the
-   top and bottom tenth of the area (at most 200 rows each) are faded into the border level,
-   the Hough transform image (mode 2, depth 8) is taken and its peak (radius 5, measure 1)
-   gives angle = atan2(p - 0.5 * height of the transform, width of the area). `unused` is
-   ignored. False, angle untouched, for a null image, a depth other than 8, an empty
-   rectangle or a failed allocation. */
+/* The skew angle in radians of an 8-bit page or of its rectangle (clamping rule; the zone is
+   copied): the top and bottom tenth of the area (at most 200 rows each) are faded into the
+   border level, k = min(200, (int)(H * 0.1 + 0.5)) rows each:
+     B = ((Q div k^2 - ((A div k + 1) div 2)) * 6) div k, clamped to 0..255, from
+     m_i = (sum of row i + sum of row H-1-i + W/2) div W, A = sum i m_i, Q = sum i^2 m_i;
+     row i and row H-1-i (i < k) become (B*256 - B*w + 128 + p*w) >> 8, w = (int)(i/k*256+0.5);
+   then the Hough transform image (mode 2, depth 8) is taken and its peak (window 5,
+   measure 1) gives angle = atan2(p - 0.5 * height of the transform, width of the area).
+   Positive: lines descending to the right. `unused` is ignored. False, angle untouched, for
+   a null image, a depth other than 8, a rectangle with nothing inside the image or a failed
+   allocation. */
 QUILP_API bool DibHoughGetAngle(double& angle, DibInfo* dib, int unused, tagRect32* rect);
 
 /* The skew of an 8-bit page or of its rectangle as a tangent times 1024, from the upper edges
