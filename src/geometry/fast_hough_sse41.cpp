@@ -7,6 +7,7 @@
 #include <cmath>
 
 #include "geometry/fast_hough.h"
+#include "geometry/fast_hough_simd.h"
 #include "simd/transpose8.h"
 
 namespace quilp {
@@ -15,68 +16,25 @@ namespace {
 inline __m128i Load(int32_t const* p) { return _mm_loadu_si128(reinterpret_cast<__m128i const*>(p)); }
 inline void Store(int32_t* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
 
-// Element traits: how many values one register holds and how they add.
-template <class T>
-struct Lanes;
+// The register of the shared butterflies.
+struct Reg {
+  template <class T>
+  static __m128i Load(T const* p) { return _mm_loadu_si128(reinterpret_cast<__m128i const*>(p)); }
+  template <class T>
+  static void Store(T* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
+  template <class T>
+  struct Lanes;
+};
 template <>
-struct Lanes<int32_t> {
-  static constexpr int kCount = 16 / 4;
+struct Reg::Lanes<int32_t> {
+  static constexpr int kCount = 4;
   static __m128i Add(__m128i a, __m128i b) { return _mm_add_epi32(a, b); }
 };
 template <>
-struct Lanes<uint16_t> {
-  static constexpr int kCount = 16 / 2;
+struct Reg::Lanes<uint16_t> {
+  static constexpr int kCount = 8;
   static __m128i Add(__m128i a, __m128i b) { return _mm_add_epi16(a, b); }
 };
-template <class T>
-inline __m128i LoadT(T const* p) { return _mm_loadu_si128(reinterpret_cast<__m128i const*>(p)); }
-template <class T>
-inline void StoreT(T* p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
-
-template <class T>
-void Radix2(T* a, T* b, int k, int count) {
-  using V = Lanes<T>;
-  int p = 0;
-  for (; p + V::kCount <= count; p += V::kCount) {
-    __m128i const v = LoadT(a + p), b1 = LoadT(b + p + k), b2 = LoadT(b + p + k + 1);
-    StoreT(a + p, V::Add(v, b1));
-    StoreT(b + p, V::Add(v, b2));
-  }
-  for (; p < count; ++p) {
-    T const v = a[p];
-    a[p] = static_cast<T>(v + b[p + k]);
-    b[p] = static_cast<T>(v + b[p + k + 1]);
-  }
-}
-
-template <class T>
-void Radix4(T* q0, T* q1, T* q2, T* q3, int k, int count) {
-  using V = Lanes<T>;
-  int p = 0;
-  T const* s2 = q2 + 2 * k;
-  T const* s3 = q3 + 3 * k;
-  for (; p + V::kCount <= count; p += V::kCount) {
-    __m128i const x0 = LoadT(q0 + p);
-    __m128i const h0 = V::Add(x0, LoadT(q1 + p + k));
-    __m128i const h1 = V::Add(x0, LoadT(q1 + p + k + 1));
-    __m128i const a2 = LoadT(s2 + p), b2 = LoadT(s2 + p + 1), c2 = LoadT(s2 + p + 2);
-    __m128i const a3 = LoadT(s3 + p), b3 = LoadT(s3 + p + 1), c3 = LoadT(s3 + p + 2),
-                  d3 = LoadT(s3 + p + 3);
-    StoreT(q0 + p, V::Add(h0, V::Add(a2, a3)));
-    StoreT(q1 + p, V::Add(h0, V::Add(b2, b3)));
-    StoreT(q2 + p, V::Add(h1, V::Add(b2, c3)));
-    StoreT(q3 + p, V::Add(h1, V::Add(c2, d3)));
-  }
-  for (; p < count; ++p) {
-    int const h0 = q0[p] + q1[p + k], h1 = q0[p] + q1[p + k + 1];
-    int const a2 = s2[p], b2 = s2[p + 1], c2 = s2[p + 2];
-    int const a3 = s3[p], b3 = s3[p + 1], c3 = s3[p + 2], d3 = s3[p + 3];
-    q0[p] = static_cast<T>(h0 + a2 + a3);
-    q1[p] = static_cast<T>(h0 + b2 + b3);
-    q2[p] = static_cast<T>(h1 + b2 + c3);
-    q3[p] = static_cast<T>(h1 + c2 + d3);
-  }
-}
 
 void Moments(int32_t const* h, int count, double s1[4], int64_t& s2, int64_t& s3) {
   __m128d lo = _mm_loadu_pd(s1), hi = _mm_loadu_pd(s1 + 2);
@@ -141,8 +99,9 @@ void Votes8(uint8_t const* const* rows, int32_t* const* lanes, int pos, int coun
 }  // namespace
 
 FhtKernels const& FhtKernelsSse41() {
-  static FhtKernels const table = {{Radix2<int32_t>, Radix4<int32_t>},
-                                   {Radix2<uint16_t>, Radix4<uint16_t>},
+  static FhtKernels const table = {
+      {fht_simd::Radix2<Reg, int32_t>, fht_simd::Radix4<Reg, int32_t>},
+      {fht_simd::Radix2<Reg, uint16_t>, fht_simd::Radix4<Reg, uint16_t>},
                                    Moments, Votes, Votes8};
   return table;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "geometry/hough_rows.h"
+#include "geometry/hough_rows_simd.h"
 #include "simd/transpose8.h"
 
 namespace quilp {
@@ -13,18 +14,11 @@ namespace {
 
 inline __m128i Load(void const* p) { return _mm_loadu_si128(static_cast<__m128i const*>(p)); }
 inline void Store(void* p, __m128i v) { _mm_storeu_si128(static_cast<__m128i*>(p), v); }
-inline int Ink(int paper, int v) { return paper > v ? paper - v : 0; }
 
 // Bands made of whole groups of four columns: each row's ink is summed four columns at a time
 // (byte pair sums, then pairs of those), sixty-four groups a chunk; the chunk's sixteen rows
 // of group sums are turned into sixteen-row columns by word transposes and added up band by
 // band as in the byte path.
-bool QuadAligned(int const* first, int lanes) {
-  for (int x = 0; x < lanes; ++x)
-    if ((first[x] & 3) && first[x] != first[lanes]) return false;
-  return true;
-}
-
 void BandRows16Quads(uint8_t const* const* rows, int paper, int const* first,
                      uint16_t const* scale, int lanes, uint16_t* const* out) {
   int const width = first[lanes], quads = (width + 3) / 4;
@@ -81,7 +75,7 @@ void BandRows16Quads(uint8_t const* const* rows, int paper, int const* first,
 // lane's last column has been added.
 void BandRows16(uint8_t const* const* rows, int paper, int const* first, uint16_t const* scale,
                 int lanes, uint16_t* const* out) {
-  if (QuadAligned(first, lanes)) {
+  if (BandsInGroupsOfFour(first, lanes)) {
     BandRows16Quads(rows, paper, first, scale, lanes, out);
     return;
   }
@@ -100,27 +94,12 @@ void BandRows16(uint8_t const* const* rows, int paper, int const* first, uint16_
   };
   emit(0);
   for (int c0 = 0; c0 < width; c0 += 16) {
-    __m128i r[8], lo[8], hi[8];
-    uint8_t pad[16][16];
-    bool const tail = c0 + 16 > width;
-    for (int half = 0; half < 2; ++half) {
-      for (int j = 0; j < 8; ++j) {
-        uint8_t const* src = rows[8 * half + j] + c0;
-        if (tail) {  // columns past the width read as paper; no lane takes them
-          std::memset(pad[8 * half + j], 255, 16);
-          std::memcpy(pad[8 * half + j], src, std::size_t(width - c0));
-          src = pad[8 * half + j];
-        }
-        r[j] = _mm_subs_epu8(pv, _mm_loadu_si128(reinterpret_cast<__m128i const*>(src)));
-      }
-      simd::Transpose8x16(r, half ? hi : lo);
-    }
-    int const n = tail ? width - c0 : 16;
+    __m128i columns[16];
+    hough_simd::InkColumns16(rows, c0, width, pv, columns);
+    int const n = width - c0 < 16 ? width - c0 : 16;
     for (int i = 0; i < n; ++i) {
-      __m128i const column = (i & 1) ? _mm_unpackhi_epi64(lo[i / 2], hi[i / 2])
-                                     : _mm_unpacklo_epi64(lo[i / 2], hi[i / 2]);
-      acc0 = _mm_add_epi16(acc0, _mm_cvtepu8_epi16(column));
-      acc1 = _mm_add_epi16(acc1, _mm_cvtepu8_epi16(_mm_srli_si128(column, 8)));
+      acc0 = _mm_add_epi16(acc0, _mm_cvtepu8_epi16(columns[i]));
+      acc1 = _mm_add_epi16(acc1, _mm_cvtepu8_epi16(_mm_srli_si128(columns[i], 8)));
       emit(c0 + i + 1);
     }
   }
@@ -134,20 +113,20 @@ void AddInk(uint8_t const* row, int count, int paper, uint16_t* lane) {
     Store(lane + c, _mm_add_epi16(Load(lane + c), _mm_cvtepu8_epi16(ink)));
     Store(lane + c + 8, _mm_add_epi16(Load(lane + c + 8), _mm_cvtepu8_epi16(_mm_srli_si128(ink, 8))));
   }
-  for (; c < count; ++c) lane[c] = static_cast<uint16_t>(lane[c] + Ink(paper, row[c]));
+  HoughRowKernelsScalar().addInk(row + c, count - c, paper, lane + c);
 }
 
 void Widen(uint16_t const* src, int32_t* dst, int count) {
   int c = 0;
   for (; c + 4 <= count; c += 4)
     Store(dst + c, _mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(src + c))));
-  for (; c < count; ++c) dst[c] = src[c];
+  HoughRowKernelsScalar().widen(src + c, dst + c, count - c);
 }
 
 void Accumulate(uint16_t const* src, uint16_t* acc, int count) {
   int c = 0;
   for (; c + 8 <= count; c += 8) Store(acc + c, _mm_add_epi16(Load(acc + c), Load(src + c)));
-  for (; c < count; ++c) acc[c] = static_cast<uint16_t>(acc[c] + src[c]);
+  HoughRowKernelsScalar().accumulate(src + c, acc + c, count - c);
 }
 
 // Four at a time: every byte repeated four times by one byte shuffle.
@@ -162,7 +141,7 @@ void Spread(uint8_t const* src, uint8_t* dst, int count, int times) {
       _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + i + 16), _mm_shuffle_epi8(v, hi));
     }
   }
-  for (; i < count; ++i) dst[i] = src[i / times];
+  HoughRowKernelsScalar().spread(src + i / times, dst + i, count - i, times);  // i: a multiple of 4
 }
 
 int64_t RowScore(uint16_t const* row, int count, int& top) {
@@ -184,17 +163,8 @@ int64_t RowScore(uint16_t const* row, int count, int& top) {
   _mm_store_si128(reinterpret_cast<__m128i*>(s), sum);
   _mm_store_si128(reinterpret_cast<__m128i*>(h), high);
   int64_t total = s[0] + s[1];
-  int m = top;
-  for (int i = 0; i < 8; ++i) m = h[i] > m ? h[i] : m;
-  for (; c < count; ++c) {
-    m = row[c] > m ? row[c] : m;
-    if (c + 1 < count) {
-      int64_t const d = int64_t(row[c + 1]) - row[c];
-      total += d * d;
-    }
-  }
-  top = m;
-  return total;
+  for (int i = 0; i < 8; ++i) top = h[i] > top ? h[i] : top;
+  return total + HoughRowKernelsScalar().rowScore(row + c, count - c, top);
 }
 
 void ToBytes(uint16_t const* src, uint8_t* dst, int count, float scale) {
@@ -208,7 +178,7 @@ void ToBytes(uint16_t const* src, uint8_t* dst, int count, float scale) {
     __m128i const w = _mm_packus_epi32(a, b);
     _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + c), _mm_packus_epi16(w, w));
   }
-  for (; c < count; ++c) dst[c] = static_cast<uint8_t>(float(src[c]) * scale + 0.5f);
+  HoughRowKernelsScalar().toBytes(src + c, dst + c, count - c, scale);
 }
 
 int64_t ByteSharpness(uint8_t const* row, int count) {
@@ -229,11 +199,7 @@ int64_t ByteSharpness(uint8_t const* row, int count) {
   alignas(16) int64_t s[2];
   _mm_store_si128(reinterpret_cast<__m128i*>(s), sum64);
   int64_t total = s[0] + s[1];
-  for (; c + 1 < count; ++c) {
-    int const d = row[c + 1] - row[c];
-    total += d * d;
-  }
-  return total;
+  return total + HoughRowKernelsScalar().byteSharpness(row + c, count - c);
 }
 
 }  // namespace
