@@ -12,6 +12,10 @@
 
 namespace quilp::edge_simd {
 
+// Internal linkage: each instruction-set file keeps its own copy, so the linker can never
+// hand one file's wider instructions to another's narrower path.
+namespace {
+
 // R: R::kBytes bytes a register; Load, Splat, AtLeast (all ones where v >= t, unsigned), And,
 // Or, AndNot (~a & b) and Bits (one bit a byte, from its top bit).
 template <class R>
@@ -38,5 +42,7 @@ int UpperEdges(uint8_t const* row, uint8_t const* above, int from, int to, int d
   }
   return n + EdgeKernelsScalar().upperEdges(row, above, x, to, darkBelow, lightFrom, xs + n);
 }
+
+}  // namespace
 
 }  // namespace quilp::edge_simd

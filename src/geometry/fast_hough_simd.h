@@ -10,6 +10,10 @@
 
 namespace quilp::fht_simd {
 
+// Internal linkage: each instruction-set file keeps its own copy, so the linker can never
+// hand one file's wider instructions to another's narrower path.
+namespace {
+
 template <class R, class T>
 void Radix2(T* a, T* b, int k, int count) {
   using L = typename R::template Lanes<T>;
@@ -54,5 +58,7 @@ void Radix4(T* q0, T* q1, T* q2, T* q3, int k, int count) {
     q3[p] = static_cast<T>(h1 + c2 + d3);
   }
 }
+
+}  // namespace
 
 }  // namespace quilp::fht_simd

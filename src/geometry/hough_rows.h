@@ -34,7 +34,7 @@ HoughRowKernels const& HoughRowKernelsScalar();
 
 // True when every band of bandRows16 starts on a multiple of four columns (or at the end):
 // the vector kernels then sum the columns four at a time.
-inline bool BandsInGroupsOfFour(int const* first, int lanes) {
+static inline bool BandsInGroupsOfFour(int const* first, int lanes) {
   for (int x = 0; x < lanes; ++x)
     if ((first[x] & 3) && first[x] != first[lanes]) return false;
   return true;

@@ -11,6 +11,10 @@
 
 namespace quilp::hough_simd {
 
+// Internal linkage: each instruction-set file keeps its own copy, so the linker can never
+// hand one file's wider instructions to another's narrower path.
+namespace {
+
 // The ink, max(0, paper - value), of sixteen rows at columns c0..c0+15, turned into sixteen
 // columns of sixteen rows each (columns[i] holds column c0 + i). Columns at or past `width`
 // read as paper, so they hold no ink.
@@ -36,5 +40,7 @@ inline void InkColumns16(uint8_t const* const* rows, int c0, int width, __m128i 
     columns[2 * i + 1] = _mm_unpackhi_epi64(lo[i], hi[i]);
   }
 }
+
+}  // namespace
 
 }  // namespace quilp::hough_simd

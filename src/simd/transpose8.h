@@ -10,6 +10,10 @@
 
 namespace quilp::simd {
 
+// Internal linkage: each instruction-set file keeps its own copy, so the linker can never
+// hand one file's wider instructions to another's narrower path.
+namespace {
+
 inline void Transpose8x16(__m128i const r[8], __m128i out[8]) {
   __m128i t[8], u[8];
   for (int i = 0; i < 4; ++i) {
@@ -47,5 +51,7 @@ inline void Transpose8x8Words(__m128i const r[8], __m128i out[8]) {
     out[2 * i + 1] = _mm_unpackhi_epi64(u[i], u[4 + i]);
   }
 }
+
+}  // namespace
 
 }  // namespace quilp::simd
