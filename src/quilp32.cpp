@@ -5,9 +5,17 @@
 // them to a kernel. Kernels live in the subsystem folders and never see a DibInfo header.
 #include "quilp32.h"
 
+#include <atomic>
+#include <cstdio>
+#include <cstring>
+
 #include "colour/grey_projection.h"
+#include "compare/differ.h"
+#include "compare/statistics.h"
 #include "params/flow_control.h"
+#include "record/canonical.h"
 #include "record/create.h"
+#include "record/depth_conversion.h"
 #include "record/rect.h"
 #include "record/view.h"
 #include "record/zone_copy.h"
@@ -79,14 +87,16 @@ int DibFilterEx(DibInfo*&, DibInfo const*, int, int, int, int, int, char const* 
 
 namespace {
 
-// The keyed-parameter copy route, shared by DibCopyZoneEx and the same-depth conversion.
-int CopyZoneInFrame(DibInfo*& dest, DibInfo const* src, int depth, tagRect32 const* rect,
-                    tagPoint32 const* origin) {
+// The keyed-parameter route of the copy and the direct conversion: the source at its own
+// depth, the target at `depth`, the plane kernel's result as the status.
+int PlaneKernelInFrame(int (*kernel)(DibPlane const*, DibPlane const*), DibInfo*& dest,
+                       DibInfo const* src, int depth, tagRect32 const* rect,
+                       tagPoint32 const* origin) {
   CDibFlowControl frame;
   DibPlane from, to;
-  frame.AddSource(&from, src, depth, rect);
+  frame.AddSource(&from, src, src->BitsPerPixel(), rect);
   frame.AddTarget(&to, dest, depth, origin);
-  if (frame.GetStatus() == kDibOk) frame.SetResult(DibCopyPlane(&to, &from));
+  if (frame.GetStatus() == kDibOk) frame.SetResult(kernel(&to, &from));
   return frame.GetStatus();
 }
 
@@ -119,13 +129,184 @@ bool DibCopyZone(DibInfo*& dest, DibInfo* src, tagRect32* rect) {
 int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int, char const* const*,
                   char const* const*, tagRect32 const* rect, tagPoint32 const* origin) {
   if (!src) return kDibInvalid;
-  return CopyZoneInFrame(dest, src, src->BitsPerPixel(), rect, origin);
+  return PlaneKernelInFrame(DibCopyPlane, dest, src, src->BitsPerPixel(), rect, origin);
+}
+
+int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2, int p3,
+                      int count, char const* const* names, char const* const* values,
+                      tagRect32 const* rect, tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  int const from = src->BitsPerPixel();
+  if (depth == from) return PlaneKernelInFrame(DibCopyPlane, dest, src, depth, rect, origin);
+  if (depth == 1 && from > 1)
+    return ConvertDepthByBinarization(dest, src, p1, p2, p3, count, names, values, rect, origin);
+  if (depth == 8 && (from == 24 || from == 32))
+    return ConvertDepthBySuppression(dest, src, p1, p2, p3, count, names, values, rect, origin);
+  return PlaneKernelInFrame(DibConvertPlane, dest, src, depth, rect, origin);
+}
+
+int DibIsCanonical(DibInfo const* dib, DibDirection direction) {
+  return CanonicalGrade(dib, static_cast<int>(direction));
 }
 
 // (end of zone copy, depth conversion, canonical check)
 
 
 // ---- Comparison and statistics ----------------------------------------------------
+
+namespace {
+
+std::atomic<FILE*> g_logStream{nullptr};
+
+// The comparison operations' messages name this source file and their own line numbers.
+constexpr char kMessageFile[] = "..\\..\\..\\..\\prj\\image\\quilp32\\src\\quilp32";
+constexpr int kMessageCode = -1;
+
+void PrintError(char const* function, int line, char const* description) {
+  char buffer[256];
+  std::memset(buffer, 0, sizeof buffer);
+  std::snprintf(buffer, sizeof buffer, "\nfile=%s line=%d func=%s code=%d descr=%s", kMessageFile,
+                line, function, kMessageCode, description);
+  if (FILE* stream = g_logStream.load()) std::fputs(buffer, stream);
+}
+
+void DifferError(int line, char const* description) { PrintError("DibDiffer", line, description); }
+
+char const kNullImages[] = "!pTstDib||!pEtaDib";
+char const kDepthsDiffer[] = "pTstDib->BitsPerPixel()!=pEtaDib->BitsPerPixel()";
+char const kWrongMethod[] = "Wrong Method value";
+char const kWrongDepth[] = "Wrong pTstDib->BitsPerPixel() value";
+
+// Line numbers of the messages: image form, then sum form.
+struct DifferLines {
+  int nullImages, depthsDiffer, method8, method24, wrongDepth;
+};
+constexpr DifferLines kImageFormLines = {2861, 2863, 2902, 2922, 2926};
+constexpr DifferLines kSumFormLines = {2944, 2946, 2980, 2999, 3003};
+
+// The checks both forms share, in their order, except the image form's output creation that
+// comes between the depth comparison and the method check. Returns false after printing.
+bool DifferImagesGiven(DibInfo const* test, DibInfo const* ref, DifferLines const& lines) {
+  if (!test || !ref) {
+    DifferError(lines.nullImages, kNullImages);
+    return false;
+  }
+  if (test->BitsPerPixel() != ref->BitsPerPixel()) {
+    DifferError(lines.depthsDiffer, kDepthsDiffer);
+    return false;
+  }
+  return true;
+}
+
+bool DifferDepthAndMethod(int depth, int method, DifferLines const& lines) {
+  if (depth != 8 && depth != 24) {
+    DifferError(lines.wrongDepth, kWrongDepth);
+    return false;
+  }
+  if (method != kDifferAbsolute && method != kDifferOneSided) {
+    DifferError(depth == 8 ? lines.method8 : lines.method24, kWrongMethod);
+    return false;
+  }
+  return true;
+}
+
+DifferRule DifferRuleFor(int depth, SDibDifferSetup const& setup) {
+  if (depth == 8) {
+    int64_t const o = (int64_t(setup.offset0) + setup.offset1 + setup.offset2 + 1) / 3 + setup.offset;
+    return MakeDifferRule(o, o, o, setup.method);
+  }
+  return MakeDifferRule(int64_t(setup.offset0) + setup.offset, int64_t(setup.offset1) + setup.offset,
+                        int64_t(setup.offset2) + setup.offset, setup.method);
+}
+
+// The rectangle as given, or the whole image.
+tagRect32 RectOrWhole(DibInfo const* dib, tagRect32 const* rect) {
+  return rect ? *rect : tagRect32{0, 0, dib->Width() - 1, dib->Height() - 1};
+}
+
+// The clamped area, or an empty one at the origin.
+Area ClampedOrEmpty(DibInfo const* dib, tagRect32 const* rect) {
+  Area area;
+  if (!ClampRect(dib, rect, area)) area = Area{0, 0, 0, 0};
+  return area;
+}
+
+// The test area of the reference area's size, at the test region's corner.
+DibView TestView(DibInfo const* test, Area const& testArea, Area const& refArea) {
+  return MakeView(test, Area{testArea.left, testArea.top, refArea.width, refArea.height});
+}
+
+}  // namespace
+
+FILE* DibSetLogStream(FILE* stream) { return g_logStream.exchange(stream); }
+
+int DibDiffer(DibInfo*& out, DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstRect,
+              tagRect32* etaRect, SDibDifferSetup const& setup) {
+  if (!DifferImagesGiven(pTstDib, pEtaDib, kImageFormLines)) return -1;
+  int const depth = pTstDib->BitsPerPixel();
+  if (!out) {
+    tagRect32 const r = RectOrWhole(pEtaDib, etaRect);
+    int64_t const w = int64_t(r.right) - r.left + 1, h = int64_t(r.bottom) - r.top + 1;
+    if (w < INT32_MIN || w > INT32_MAX || h < INT32_MIN || h > INT32_MAX) return -2;
+    out = DibCreateDepth(int(w), int(h), pEtaDib->XPelsPerMeter(), pEtaDib->YPelsPerMeter(), depth);
+    if (!out) return -2;
+  }
+  if (!DifferDepthAndMethod(depth, setup.method, kImageFormLines)) return -1;
+  Area const testArea = ClampedOrEmpty(pTstDib, tstRect);
+  Area const refArea = ClampedOrEmpty(pEtaDib, etaRect);
+  if (refArea.width > testArea.width || refArea.height > testArea.height) return 0;
+  if (out->BitsPerPixel() != depth || out->Width() < refArea.width || out->Height() < refArea.height)
+    return 0;
+  if (refArea.height == 0) return 1;
+  DibDifferImage(MakeView(out, Area{0, 0, refArea.width, refArea.height}),
+                 TestView(pTstDib, testArea, refArea), MakeView(pEtaDib, refArea), depth / 8,
+                 DifferRuleFor(depth, setup));
+  return 1;
+}
+
+int64_t DibDiffer(DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstRect, tagRect32* etaRect,
+                  SDibDifferSetup const& setup) {
+  if (!DifferImagesGiven(pTstDib, pEtaDib, kSumFormLines)) return -1;
+  int const depth = pTstDib->BitsPerPixel();
+  if (!DifferDepthAndMethod(depth, setup.method, kSumFormLines)) return -1;
+  Area const testArea = ClampedOrEmpty(pTstDib, tstRect);
+  Area const refArea = ClampedOrEmpty(pEtaDib, etaRect);
+  if (refArea.width > testArea.width || refArea.height > testArea.height) return -1;
+  if (refArea.height == 0) return 0;
+  int64_t const limit = static_cast<int64_t>(uint64_t(uint32_t(setup.stopLimitHigh)) << 32 |
+                                             uint32_t(setup.stopLimitLow));
+  return DibDifferSum(TestView(pTstDib, testArea, refArea), MakeView(pEtaDib, refArea), depth / 8,
+                      DifferRuleFor(depth, setup), limit);
+}
+
+bool DibComputeVariance(DibInfo* dib, tagRect32* rect, double* const result) {
+  if (result) result[0] = result[1] = result[2] = 0.0;
+  if (!dib || !result) return false;
+  int const depth = dib->BitsPerPixel();
+  if (depth != 8 && depth != 24) return false;
+  Area const area = ClampedOrEmpty(dib, rect);
+  DibVariance(area.height > 0 ? MakeView(dib, area) : DibView{}, depth / 8, result);
+  return true;
+}
+
+bool DibComputeCovariance(DibInfo* dib1, tagRect32* rect1, DibInfo* dib2, tagRect32* rect2,
+                          double* const result) {
+  if (result) result[0] = result[1] = result[2] = 0.0;
+  if (!dib1 || !dib2 || !result) return false;
+  tagRect32 const r1 = RectOrWhole(dib1, rect1), r2 = RectOrWhole(dib2, rect2);
+  if (int64_t(r1.right) - r1.left != int64_t(r2.right) - r2.left ||
+      int64_t(r1.bottom) - r1.top != int64_t(r2.bottom) - r2.top)
+    return false;
+  int const depth = dib1->BitsPerPixel();
+  if (depth != 8 && depth != 24) return false;
+  Area const first = ClampedOrEmpty(dib1, rect1);
+  if (first.height == 0) return DibCovariance(DibView{}, DibView{}, depth / 8, result);
+  Area const second = ClampedOrEmpty(dib2, rect2);
+  if (second.width < first.width || second.height < first.height) return false;
+  return DibCovariance(MakeView(dib1, first),
+                       MakeView(dib2, Area{second.left, second.top, first.width, first.height}),
+                       depth / 8, result);
+}
 
 // (end of comparison and statistics)
 
@@ -199,6 +380,8 @@ int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2
 // ---- Colour suppression and the depth decision ------------------------------------
 
 #include "colour/colour_dropout.h"
+#include "colour/grey_mix.h"
+#include "scale/compress_bits.h"
 
 namespace {
 
@@ -227,6 +410,87 @@ DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*kee
   return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
     return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
   });
+}
+
+int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
+                        unsigned char const (*colours)[3], int hSize, int vSize, int lvl0,
+                        int lvl1, int lvl2, int count, char const* const* names,
+                        char const* const* values, tagRect32 const* rect,
+                        tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  CDibFlowControl frame;
+  frame.SetParams(count, names, values);
+  int mulB = 0, mulG = 0, mulR = 0, mulS = 0;
+  frame.GetIntParam(&hSize, "hSize", hSize);
+  frame.GetIntParam(&vSize, "vSize", vSize);
+  frame.GetIntParam(&mulB, "mulB", 85);
+  frame.GetIntParam(&mulG, "mulG", 85);
+  frame.GetIntParam(&mulR, "mulR", 85);
+  int64_t const sum = int64_t(mulB) + mulG + mulR;
+  frame.GetIntParam(&mulS, "mulS", sum > 0 && sum <= INT32_MAX ? int(sum) : 0);
+  frame.GetIntParam(&lvl0, "lvl0", lvl0);
+  frame.GetIntParam(&lvl1, "lvl1", lvl1);
+  frame.GetIntParam(&lvl2, "lvl2", lvl2);
+  GreyMix mix;
+  if (colourCount < 0 || (colourCount > 0 && !colours) || hSize < 0 || vSize < 0 ||
+      !SetWeights(mulB, mulG, mulR, mulS, mix) || !MakeLevels(lvl0, lvl1, lvl2, mix))
+    frame.Fail(kDibInvalid);
+  if (hSize != 0 || vSize != 0) {  // paper flattening over a hSize x vSize window
+    mix.paperH = hSize / 2;
+    mix.paperV = vSize / 2;
+  }
+  int const depth = src->BitsPerPixel();
+  if (depth != 24 && depth != 32) frame.Fail(kDibInvalid);
+  DibPlane in, out;
+  frame.AddSource(&in, src, depth, rect);
+  frame.AddTarget(&out, dest, 8, origin);
+  if (frame.GetStatus() != kDibOk) return frame.GetStatus();
+  auto* units = static_cast<double*>(frame.Scratch(sizeof(double) * 3 * std::size_t(colourCount)));
+  if (!units) return frame.GetStatus();
+  mix.drop = units;
+  mix.dropCount = ChromaticUnits(colours, colourCount, units);
+  DibPlane paper = out;
+  if (mix.paperH >= 0) {
+    paper.stride = out.width;
+    paper.data = static_cast<uint8_t*>(frame.Scratch(std::size_t(out.width) * out.height));
+    if (!paper.data) return frame.GetStatus();
+  }
+  return frame.SetSuccess(DibGreyMix(out, in, mix, &paper));
+}
+
+int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned char chromaLevel,
+                    double colourfulShare, double spreadLimit, tagRect32 const* rect) {
+  result = nullptr;
+  if (!src) return kDibInvalid;
+  Area area;
+  if (!ClampRect(src, rect, area)) return kDibInvalid;
+  tagRect32 zone = {area.left, area.top, area.right(), area.bottom()};
+  // The zone copy and the conversions read the source without changing it.
+  DibInfo* const source = const_cast<DibInfo*>(src);
+  auto copy = [&]() { return DibCopyZone(result, source, &zone) ? 1 : 0; };
+  switch (src->BitsPerPixel()) {
+    case 1:
+      return copy();
+    case 8: {
+      if (!DibGreyLevelsTest(MakeView(src, area), spreadLimit)) return copy();
+      int const code =
+          DibBinarizeEx(result, src, 2, 0, 0, 0, nullptr, nullptr, &zone, nullptr);
+      if (code < 0) result = nullptr;  // a failed call released what it made
+      return code;
+    }
+    case 24: {
+      if (DibColourTest(MakeView(src, area), chromaLevel, colourfulShare)) return copy();
+      unsigned char const references[2][3] = {{85, 85, 85}, {0, 0, 0}};
+      DibInfo* grey = nullptr;
+      int const code = DibSuppressColorsEx(grey, src, 2, references, 0, 0, 0, 0, 0, 0, nullptr,
+                                           nullptr, &zone, nullptr);
+      if (code < 0) return code;
+      DibHolder holder(grey);
+      return DibCompressBits(result, grey, chromaLevel, colourfulShare, spreadLimit, nullptr);
+    }
+    default:
+      return kDibInvalid;
+  }
 }
 
 // (end of colour suppression and the depth decision)

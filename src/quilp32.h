@@ -170,10 +170,108 @@ QUILP_API int DibCopyZoneEx(DibInfo*& dest, DibInfo const* src, int count,
                             char const* const* names, char const* const* values,
                             tagRect32 const* rect, tagPoint32 const* origin);
 
+/* Keyed-parameter depth change of the clamped zone, placed like DibCopyZoneEx. The route
+   depends on the source depth and `depth`:
+     same depth            - exactly DibCopyZoneEx;
+     1 from 8, 24 or 32    - binarization: DibBinarizeEx with p1 as its method, p2 and p3 as
+                             its p1 and p2, and count, the lists, rect and origin; its status
+                             is returned (a 32-bit source gives -1);
+     8 from 24 or 32       - colour-weighted grey with equal weights (DibSuppressColorsEx with
+                             no reference colours, p1, p2, p3 as its levels lvl0, lvl1, lvl2,
+                             the lists, rect and origin), whose status is returned;
+     1 -> 8, 24, 32; 8 -> 24, 32; 24 -> 32; 32 -> 24 - direct conversion: a set bit becomes
+                             white (255 in every channel) and a clear bit black; grey is
+                             replicated into blue, green and red (an 8-bit palette is not
+                             read); 32 -> 24 drops the fourth byte; every 32-bit result has
+                             its fourth byte 0.
+   The lists are not read by the conversion itself. Codes as DibCopyZoneEx; a depth other than
+   1, 8, 24 or 32 gives -1. */
+QUILP_API int DibConvertDepthEx(DibInfo*& dest, DibInfo const* src, int depth, int p1, int p2,
+                                int p3, int count, char const* const* names,
+                                char const* const* values, tagRect32 const* rect,
+                                tagPoint32 const* origin);
+
+/* Row order demanded by DibIsCanonical; any other value demands none. */
+enum DibDirection { DibDirectionBottomUp = 1, DibDirectionTopDown = 2 };
+/* Grades a record obtained elsewhere against the form the operations expect, reading only its
+   header and palette:
+     -1 null record;
+      0 canonical: 40-byte header, one plane, non-negative resolutions, uncompressed, 1..65535
+        pixels each way, biSizeImage 0 or exact, the demanded row order, and depth 1 (palette
+        black, white; 0 or 2 colours), 8 (the grey ramp; 0 or 256 colours) or 24 (no palette);
+      1 well formed and supported but not canonical (row order, palette or colour count);
+      2 malformed (planes, negative resolution, unknown compression, a side of 0 or less,
+        wrong biSizeImage);
+      3 a kind the library does not handle (another header size, compressed, a side above
+        65535, any other depth - 32 bits included).
+   The first failing check, in the order listed, decides. */
+QUILP_API int DibIsCanonical(DibInfo const* dib, DibDirection direction);
+
 /* (end of zone copy, depth conversion, canonical check) */
 
 
 /* ---- Comparison and statistics ------------------------------------------------- */
+
+/*
+ * Image difference of a test image and a reference image of the same depth (8 or 24 bits)
+ * over a rectangle of each (null: the whole image; clamping rule). The loop covers the
+ * clipped reference region, W x H: difference (c, r) takes test pixel (c, r) and reference
+ * pixel (c, r), each counted from its region's top-left corner. Per byte, with t the test
+ * value, e the reference value and o the offset, d = t + o - e and the difference is
+ *   method 0: min(|d|, 255)        method 1: min(max(d, 0), 255).
+ * Offsets: byte k (blue, green, red) of a 24-bit pixel uses offset{k} + offset; an 8-bit
+ * pixel uses (offset0 + offset1 + offset2 + 1) / 3 + offset, the division truncating toward
+ * zero. Misuse (null image, depths that differ, another depth, a method other than 0 or 1)
+ * returns -1 and writes one message, formatted as
+ *   "\nfile=%s line=%d func=%s code=%d descr=%s"
+ * into a cleared 256-byte buffer, to the log stream set with DibSetLogStream (nothing is
+ * written while none is set, as at start).
+ */
+/* stopLimitLow, stopLimitHigh: one signed 64-bit stop limit of the sum form, low word first
+   (negative: no limit); method 0 (absolute) or 1 (one-sided); offset added to every byte;
+   offset0..2 the offsets of the first, second and third byte of a 24-bit pixel. */
+struct SDibDifferSetup {
+  int32_t stopLimitLow, stopLimitHigh, method, offset, offset0, offset1, offset2;
+};
+/* Sets the comparison operations' log stream (null: none) for the whole process; returns the
+   previous one. */
+QUILP_API FILE* DibSetLogStream(FILE* stream);
+/* Image form: writes the differences into `out` from its top-left pixel on. When out is null
+   a zeroed record of the reference rectangle's size as given (before clipping), the reference
+   image's depth and resolutions is made first (-2 when that fails or the depth has no
+   creator) - before the depth and method are checked, so a 1- or 32-bit pair leaves a new,
+   unfilled record in `out` for the caller to release. Returns 1 on success (also for a region
+   without pixels), 0 when the reference region is wider or taller than the test region or
+   `out` is smaller than the reference region or not of the pair's depth, -1 on misuse. */
+QUILP_API int DibDiffer(DibInfo*& out, DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstRect,
+                        tagRect32* etaRect, SDibDifferSetup const& setup);
+/* Sum form: the sum of the differences over the region (all three bytes of 24-bit pixels),
+   added row by row; with a stop limit of 0 or more, the sum reached after the first row that
+   takes it above the limit. 0 for a region without pixels; -1 on misuse or when the
+   reference region is wider or taller than the test region (no message for the latter). */
+QUILP_API int64_t DibDiffer(DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstRect,
+                            tagRect32* etaRect, SDibDifferSetup const& setup);
+
+/*
+ * Sample statistics over a rectangle (clamping rule; null: the whole image) of an 8-bit image
+ * (result[0]) or a 24-bit image (result[0..2]: first, second, third byte of each pixel).
+ * result must hold three doubles; all three are set to 0.0 first, so a failed call leaves
+ * zeros. Within a row, sums of values, squares and products are unsigned 32-bit integers
+ * (exact for rows of up to 66,051 pixels); after each row they are added in double. With N
+ * pixels, 8-bit: N * (Q/N - (S/N)^2) / (N - 1); 24-bit: (N / (N - 1)) * (Q/N - (S/N)^2) per
+ * byte (covariance: P/N - (Sx/N)*(Sy/N) in place of Q/N - (S/N)^2). Fewer than two pixels
+ * (a rectangle wholly outside the image included) give a result that is not a number, with
+ * true.
+ */
+/* False for a null image or result, or a depth other than 8 and 24. */
+QUILP_API bool DibComputeVariance(DibInfo* dib, tagRect32* rect, double* const result);
+/* False for a null image or result; unless the rectangles as given (null: the whole image)
+   have equal right - left and equal bottom - top; when dib1's depth is not 8 or 24; when the
+   second region, clipped to its image, is smaller than the first clipped region. Only dib1's
+   depth is examined: dib2 is read as if it had dib1's depth (its row bytes from its region's
+   first pixel on; bytes beyond its pixel area read as 0). */
+QUILP_API bool DibComputeCovariance(DibInfo* dib1, tagRect32* rect1, DibInfo* dib2,
+                                    tagRect32* rect2, double* const result);
 
 /* (end of comparison and statistics) */
 
@@ -272,6 +370,67 @@ QUILP_API DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char c
                                     int dropCount, unsigned char const (*drop)[3],
                                     tagRect32* rect);
 
+/*
+ * Keyed colour-to-grey conversion: 24- or 32-bit source (blue, green, red first; a fourth byte
+ * is ignored), 8-bit result of the source rectangle (clamping rule) placed at `origin` of
+ * `dest` (see the keyed-parameter conventions above). Four stages, all but the first off by
+ * default:
+ *  1. Weighted grey: g = round((mulB * blue + mulG * green + mulR * red) / mulS), halves
+ *     upward, clamped to 0..255. Keys mulB, mulG, mulR (default 85 each) and mulS (default
+ *     their sum; it must come out positive). The defaults give the equal-thirds grey.
+ *  2. Dropout of the reference colours (colourCount colours of three bytes, blue first). A
+ *     neutral colour (three equal bytes: white, the greys, black) has no hue to tell it from
+ *     the text and is ignored, so (85,85,85) and (0,0,0) leave the weighted grey as it is.
+ *     For the others, with sinKeep the sine of the angle between the pixel's darkness
+ *     (255 - each byte) and the grey axis and sinDrop the smallest sine of its angle to a
+ *     dropout colour: a pixel no closer in angle to a dropout colour than to the grey axis
+ *     keeps its grey; a closer one keeps the share sinDrop / sinKeep of its darkness,
+ *     g = 255 - (int)((255 - g) * sinDrop / sinKeep + 0.5), so a pixel along a dropout
+ *     colour turns white.
+ *  3. Paper flattening (keys and arguments hSize, vSize; 0 and 0: off): the paper level of
+ *     each pixel is the largest grey in the window of (hSize div 2) pixels on each side
+ *     horizontally and (vSize div 2) vertically, cut at the area's borders, and
+ *     g = round(255 g / paper level) (0 where the paper level is 0). A window larger than
+ *     the widest dark stroke turns unevenly lit or yellowed paper white.
+ *  4. Levels (keys and arguments lvl0, lvl1, lvl2): black point lvl0 (0..254), white point
+ *     lvl1 (0 stands for 255), mid-tone lvl2 (0: linear; else the input level, strictly
+ *     between the two points, that becomes about 128). With t = (g - lvl0) / (lvl1 - lvl0)
+ *     clamped to 0..1: out = round(255 t), or (int)(255 t^gamma + 0.5) with
+ *     gamma = ln 0.5 / ln((lvl2 - lvl0) / (lvl1 - lvl0)). Zeros leave the levels unchanged.
+ * Returns 0, or -1 for a null source, a depth other than 24 or 32, an empty rectangle, a
+ * negative colourCount, colours null with colourCount > 0, mulS not positive, negative hSize
+ * or vSize, levels out of order, an unsuitable dest; -2 when flattening runs out of memory;
+ * -3 when the result or scratch memory cannot be made; the frame's other codes.
+ */
+QUILP_API int DibSuppressColorsEx(DibInfo*& dest, DibInfo const* src, int colourCount,
+                                  unsigned char const (*colours)[3], int hSize, int vSize,
+                                  int lvl0, int lvl1, int lvl2, int count,
+                                  char const* const* names, char const* const* values,
+                                  tagRect32 const* rect, tagPoint32 const* origin);
+/*
+ * The depth decision: copies a zone (clamping rule) at the smallest depth that keeps its
+ * content. `result` is set to the new image (null on failure); whatever it held is not used.
+ *  - 1-bit source: the zone is copied (DibCopyZone).
+ *  - 8-bit source: the grey levels of the zone's local extrema (pixels at least, or at most,
+ *    their four neighbours; a flat pixel counts twice; border pixels are not counted) are
+ *    split in two by Otsu's threshold t. With spread = mean square - squared mean of each
+ *    class, S = spread(0..t-1) / t^2 + spread(t..255) / (256 - t)^2. S < spreadLimit: the
+ *    zone is binarized (DibBinarizeEx, method 2: black below its Otsu threshold); otherwise,
+ *    or when a class is empty (zones under 3 x 3 pixels), copied at 8 bits.
+ *  - 24-bit source: chroma = max(b, g, r) - min(b, g, r). The mean chroma of the most
+ *    colourful pixels - counted from chroma 255 down until they exceed
+ *    K = (int)(pixels * colourfulShare + 0.5), the last level taken whole, or down to chroma
+ *    0 - is compared with chromaLevel: above it, the zone is copied at 24 bits; otherwise it
+ *    becomes equal-thirds grey (DibSuppressColorsEx with defaults) and the decision runs
+ *    again on that grey. So colourfulShare 0 keeps colour for a single pixel more colourful
+ *    than chromaLevel, a share of 1 or more compares the mean of all pixels, and a share
+ *    that makes K negative (or is not a number) goes to grey.
+ * Returns the chosen operation's result: 1 (copy made) or 0 (copy failed), or the code of
+ * DibBinarizeEx / DibSuppressColorsEx (0 on success, negative on failure); -1 for a null
+ * source, an empty zone or a depth other than 1, 8 and 24. The result's depth tells the choice.
+ */
+QUILP_API int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned char chromaLevel,
+                              double colourfulShare, double spreadLimit, tagRect32 const* rect);
 /* (end of colour suppression and the depth decision) */
 
 

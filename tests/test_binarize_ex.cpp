@@ -173,3 +173,29 @@ TEST(BinarizeEx, ResultCodes) {
   }
   EXPECT_EQ(0, std::memcmp(small->BitsPtr(), smallCopy->BitsPtr(), small->biSizeImage));
 }
+
+// Depth 1 through DibConvertDepthEx: its three integers become method, p1 and p2.
+TEST(BinarizeEx, DepthConversionToOneBitRoutesHere) {
+  DibPtr grey = TwoPopulations(37, 9, 8, true, 10);
+  DibPtr colour = TwoPopulations(37, 9, 24, false, 11);
+  tagRect32 rect{3, 1, 30, 8};
+  tagPoint32 at{5, 2};
+  struct Route { DibInfo const* src; int method, p1, p2; };
+  for (Route r : {Route{grey.get(), 0, 140, 1}, Route{grey.get(), 1, 3, 1 | 1 << 8},
+                  Route{colour.get(), 2, 0, 0}, Route{colour.get(), 3, 0, 1}}) {
+    SCOPED_TRACE(testing::Message() << "method " << r.method);
+    DibInfo* converted = nullptr;
+    DibInfo* binarized = nullptr;
+    ASSERT_EQ(DibConvertDepthEx(converted, r.src, 1, r.method, r.p1, r.p2, 0, nullptr, nullptr,
+                                &rect, &at), 0);
+    ASSERT_EQ(DibBinarizeEx(binarized, r.src, r.method, r.p1, r.p2, 0, nullptr, nullptr, &rect, &at), 0);
+    ASSERT_EQ(converted->biSizeImage, binarized->biSizeImage);
+    EXPECT_EQ(0, std::memcmp(converted->BitsPtr(), binarized->BitsPtr(), converted->biSizeImage));
+    DibFree(converted);
+    DibFree(binarized);
+  }
+  DibPtr deep = RandomDib(8, 8, 32, false, 12);
+  DibInfo* out = nullptr;
+  EXPECT_EQ(DibConvertDepthEx(out, deep.get(), 1, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), -1);
+  EXPECT_EQ(DibConvertDepthEx(out, grey.get(), 1, 7, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), -4);
+}

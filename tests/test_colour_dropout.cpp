@@ -142,6 +142,29 @@ TEST(SuppressColors, FollowsTheAngleShareOnRandomImages) {
     }
 }
 
+// The colours met are remembered: repeated colours, colliding colours, and runs of rows full of
+// new colours (which switch the memory off for a while) all give the per-pixel definition.
+TEST(SuppressColors, RepeatedAndNewColoursAlike) {
+  std::mt19937 rng(41);
+  std::vector<Colour> palette;
+  for (int i = 0; i < 40; ++i) palette.push_back(RandomColour(rng));
+  std::vector<Colour> const keep = {{40, 30, 30}, {200, 40, 40}};
+  std::vector<Colour> const drop = {{50, 60, 200}, {40, 180, 60}, {160, 160, 60}};
+  ColourSetsRef const ref{ColourSetsRef::Units(keep), ColourSetsRef::Units(drop)};
+  int const w = 301, h = 400;
+  DibPtr src = RandomDib(w, h, 24, true, 77);  // random everywhere: ~120,000 colours collide
+  for (int y = 0; y < h; ++y) {
+    bool const repeated = y < 100 || (y >= 130 && y < 330) || y >= 360;
+    for (int x = 0; x < w && repeated; ++x) {
+      Colour const& c = palette[(x * 7 + y / 3) % palette.size()];
+      for (int ch = 0; ch < 3; ++ch) Px(src.get(), x, y, ch) = c[ch];
+    }
+  }
+  DibPtr out(DibSupressColors(src.get(), 2, reinterpret_cast<unsigned char const(*)[3]>(keep.data()),
+                              3, reinterpret_cast<unsigned char const(*)[3]>(drop.data()), nullptr));
+  ExpectPixels(src.get(), out.get(), 0, 0, ref);
+}
+
 TEST(SuppressColors, WorkedThrough) {
   // Kept black, nothing dropped: sinDrop is 1, so out = 255 - A / (1 + sinKeep).
   unsigned char const keep[1][3] = {{0, 0, 0}}, unused[1][3] = {{0, 0, 0}};

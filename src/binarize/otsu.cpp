@@ -53,8 +53,9 @@ int DibOtsuThreshold(int const* hist, int n, int lo, int hi, float const* values
 }
 
 int DibOtsuClassTable(int n, int const* hist, double** rows) {
-  if (n < 1 || !hist || !rows) return 0;
+  if (n < 1 || !rows) return 0;
   for (int i = 0; i < n; ++i) rows[i] = nullptr;
+  if (!hist) return 0;
   std::unique_ptr<double[]> P = Doubles(n);
   std::unique_ptr<double[]> S = Doubles(n);
   bool ok = P && S;
@@ -105,7 +106,7 @@ int DibOtsuBestPair(int n, double* const* rows, double* best, int* pair) {
 }
 
 int DibOtsuFreeTable(int n, double** rows) {
-  for (int i = 0; i < n; ++i) {
+  for (int i = 0; rows && i < n; ++i) {
     delete[] rows[i];
     rows[i] = nullptr;
   }

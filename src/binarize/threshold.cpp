@@ -1,8 +1,7 @@
 // threshold.cpp - the scalar band kernel (the definition), DibThresholdView and row placement.
 //
-// A row is first written all white, then the pixels in the band get their bit cleared: the
-// light pixels that make up most of a page cost one compare each. Cost: one read of the grey
-// row, one write of an eighth of its size.
+// Each output byte starts all white and the pixels in the band clear their bit (bits past the
+// width stay white). Cost: one read of the grey row, one write of an eighth of its size.
 #include "binarize/threshold.h"
 
 #include <cstdlib>
@@ -13,11 +12,25 @@
 namespace quilp {
 namespace {
 
+// lo <= v < hi as one unsigned compare (range >= 1).
+inline unsigned InBand(int v, int lo, unsigned range) { return unsigned(v - lo) < range; }
+
 void MarkRow(uint8_t const* src, uint8_t* dst, int width, int lo, int hi) {
-  std::memset(dst, 255, static_cast<std::size_t>((width + 7) / 8));
-  for (int x = 0; x < width; ++x) {
-    int const v = src[x];
-    if (lo <= v && v < hi) dst[x >> 3] &= static_cast<uint8_t>(~(0x80u >> (x & 7)));
+  if (hi <= lo) {  // an empty band: all white
+    std::memset(dst, 255, static_cast<std::size_t>((width + 7) / 8));
+    return;
+  }
+  unsigned const range = static_cast<unsigned>(hi - lo);
+  int x = 0;
+  for (; x + 8 <= width; x += 8) {  // a byte starts white; pixels in the band clear their bit
+    unsigned byte = 0xFF;
+    for (int j = 0; j < 8; ++j) byte &= ~(InBand(src[x + j], lo, range) << (7 - j));
+    dst[x >> 3] = static_cast<uint8_t>(byte);
+  }
+  if (x < width) {  // the last byte: bits past the width stay white
+    unsigned byte = 0xFF;
+    for (int j = 0; x + j < width; ++j) byte &= ~(InBand(src[x + j], lo, range) << (7 - j));
+    dst[x >> 3] = static_cast<uint8_t>(byte);
   }
 }
 

@@ -30,7 +30,7 @@ struct LevelBand {
   int lo = 0, hi = 0;
 };
 // The band of a threshold: levels below t black, or with `invert` the levels at or above it.
-inline LevelBand ThresholdBand(uint8_t t, bool invert) {
+static inline LevelBand ThresholdBand(uint8_t t, bool invert) {
   return invert ? LevelBand{t, 256} : LevelBand{0, t};
 }
 

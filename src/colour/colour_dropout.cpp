@@ -8,12 +8,14 @@
 // as 1, never 0. Integer only per pixel: three multiplies and one division.
 //
 // Colour sets: per pixel one dot product with each unit colour vector of both sets, two
-// square roots and two divisions, all in double; see SharedDarkness for the rounding.
+// square roots and two divisions, all in double; see SharedDarkness for the rounding. The
+// result depends on the colour alone, so the rows run through a memo of the colours met.
 #include "colour/colour_dropout.h"
 
 #include <memory>
 #include <new>
 
+#include "colour/colour_memo.h"
 #include "simd/dispatch.h"
 
 namespace quilp {
@@ -42,7 +44,18 @@ void ColourSetRow(uint8_t const* src, uint8_t* dst, int width, ColourSets const&
   }
 }
 
-// Unit darkness vectors of `count` colours into u; false when a colour is white.
+}  // namespace
+
+DropoutKernels const& DropoutKernelsScalar() {
+  static DropoutKernels const table = {OneColourRow, ColourSetRow};
+  return table;
+}
+
+DropoutKernels const& DropoutKernelsActive() {
+  return simd::Pick(DropoutKernelsScalar(), QUILP_VECTOR_TABLE(DropoutKernelsSse41()),
+                    QUILP_VECTOR_TABLE(DropoutKernelsAvx2()));
+}
+
 bool UnitDarkness(unsigned char const (*colours)[3], int count, double* u) {
   for (int i = 0; i < count; ++i) {
     double const a0 = 255 - colours[i][0], a1 = 255 - colours[i][1], a2 = 255 - colours[i][2];
@@ -54,18 +67,6 @@ bool UnitDarkness(unsigned char const (*colours)[3], int count, double* u) {
     u[3 * i + 2] = a2 * r;
   }
   return true;
-}
-
-}  // namespace
-
-DropoutKernels const& DropoutKernelsScalar() {
-  static DropoutKernels const table = {OneColourRow, ColourSetRow};
-  return table;
-}
-
-DropoutKernels const& DropoutKernelsActive() {
-  return simd::Pick(DropoutKernelsScalar(), QUILP_VECTOR_TABLE(DropoutKernelsSse41()),
-                    QUILP_VECTOR_TABLE(DropoutKernelsAvx2()));
 }
 
 bool MakeOneColourDropout(unsigned char const colour[3], OneColourDropout& t) {
@@ -105,8 +106,7 @@ bool DibSuppressColorSets(DibView const& dst, DibView const& src, int keepCount,
       !UnitDarkness(drop, dropCount, dropUnits.get()))
     return false;
   ColourSets const sets = {keepUnits.get(), keepCount, dropUnits.get(), dropCount};
-  DropoutKernels const& kernels = DropoutKernelsActive();
-  for (int y = 0; y < src.height; ++y) kernels.colourSets(src.Row(y), dst.Row(y), src.width, sets);
+  DibMemoColourRows(dst, src, DropoutKernelsActive().colourSets, sets);
   return true;
 }
 

@@ -44,7 +44,7 @@ DropoutKernels const& DropoutKernelsActive();
 
 // The largest of 0 and the dot products of p with `count` unit vectors (three doubles each),
 // taken eight at a time with two running maxima and then over the rest.
-inline double MaxDot(double p0, double p1, double p2, double const* u, int count) {
+static inline double MaxDot(double p0, double p1, double p2, double const* u, int count) {
   double m0 = 0.0, m1 = 0.0;
   int i = 0;
   for (; i + 8 <= count; i += 8)
@@ -63,19 +63,27 @@ inline double MaxDot(double p0, double p1, double p2, double const* u, int count
   return m1 > m0 ? m1 : m0;
 }
 
+// The sine of the angle between a darkness of squared length L (> 0) and a unit vector on
+// which it projects to proj: sqrt(max(0, 1 - proj^2 / L)).
+static inline double Sine(double proj, double L) {
+  double const t = 1.0 - proj * proj / L;
+  return std::sqrt(t > 0.0 ? t : 0.0);
+}
+
 // The darkness a pixel keeps between the two sets: A is its largest projection on a kept
 // colour, B on a suppressed one, L its squared darkness (> 0). The sines of its angles to the
 // two sets share out A: A sinDrop / (sinKeep + sinDrop), rounded, at most 255.
-inline int SharedDarkness(double A, double B, double L) {
-  double t = 1.0 - A * A / L;
-  double const sinKeep = std::sqrt(t > 0.0 ? t : 0.0);
-  t = 1.0 - B * B / L;
-  double const sinDrop = std::sqrt(t > 0.0 ? t : 0.0);
+static inline int SharedDarkness(double A, double B, double L) {
+  double const sinKeep = Sine(A, L), sinDrop = Sine(B, L);
   double const sum = sinKeep + sinDrop;
   double const weight = sum > 0.0 ? sinDrop / sum : sinDrop;
   int const v = static_cast<int>(A * weight + 0.5);
   return v > 255 ? 255 : v;
 }
+
+// Unit darkness vectors of `count` colours, three doubles each, into u; false when a colour
+// is white.
+bool UnitDarkness(unsigned char const (*colours)[3], int count, double* u);
 
 // The whole dropouts, from a 24-bit area into an 8-bit area of the same size. False when the
 // colour has no dropout direction, or for the sets when a count is negative, an array is null,

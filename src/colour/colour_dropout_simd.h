@@ -10,7 +10,7 @@
 namespace quilp::simd {
 
 // Pixels 0..3 at p (exactly 12 bytes read): d[c] holds 255 minus byte c of each pixel.
-inline void SplitDarkness4(uint8_t const* p, __m128i d[3]) {
+static inline void SplitDarkness4(uint8_t const* p, __m128i d[3]) {
   int32_t last;
   std::memcpy(&last, p + 8, 4);
   __m128i const v =

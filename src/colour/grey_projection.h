@@ -21,7 +21,7 @@ struct GreyTransform {
 // that float(n) * RcpBelow(q) never exceeds n/q and falls short of it by less than 3e-4 for
 // quotients up to 256. The estimate is then floor(n/q) or one less, and a single test of the
 // remainder (r >= q) makes it exact. Larger quotients only ever clamp to 255.
-inline float RcpBelow(int32_t q) { return static_cast<float>(1.0 / q * (1.0 - 1.0 / 1048576.0)); }
+static inline float RcpBelow(int32_t q) { return static_cast<float>(1.0 / q * (1.0 - 1.0 / 1048576.0)); }
 
 // Row kernels of the family; vector tables must equal the scalar one bit for bit.
 struct GreyKernels {

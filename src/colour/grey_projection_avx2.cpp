@@ -2,7 +2,7 @@
 //
 // Same arithmetic as the SSE4.1 file on eight lanes (exact division through the RcpBelow
 // estimate and one remainder test, float square root for the colourfulness term), except that
-// the numerator is not clamped: packing saturates whatever lies outside 0..255.
+// the numerator is not clamped: quotients are capped at 255 and packing saturates below 0.
 #include <immintrin.h>
 
 #include "colour/grey_projection.h"
@@ -23,10 +23,10 @@ struct Consts {
         zero(_mm256_setzero_si256()), rcp(_mm256_set1_ps(RcpBelow(t.q))), lift(t.k >= 1) {}
 };
 
-// Eight pixels as 32-bit lanes -> eight grey values as 32-bit lanes. Without the lift the
-// values are not clamped here: they lie in -1..256, and packing with unsigned saturation
-// clamps them to 0..255 (a negative numerator may give floor instead of truncation, but both
-// saturate to 0).
+// Eight pixels as 32-bit lanes -> eight grey values as 32-bit lanes. Without the lift only
+// the upper clamp is applied here (quotients reach 32767 and beyond when the range is taken
+// from black and white only); packing with unsigned saturation takes negative values to 0 (a
+// negative numerator may give floor instead of truncation, but both end at 0).
 inline __m256i Grey8(__m256i b0, __m256i b1, __m256i b2, Consts const& c) {
   __m256i const n = _mm256_sub_epi32(
       _mm256_add_epi32(_mm256_add_epi32(_mm256_mullo_epi32(b0, c.w0), _mm256_mullo_epi32(b1, c.w1)),
@@ -35,8 +35,9 @@ inline __m256i Grey8(__m256i b0, __m256i b1, __m256i b2, Consts const& c) {
   __m256i g = _mm256_cvttps_epi32(_mm256_mul_ps(_mm256_cvtepi32_ps(n), c.rcp));
   __m256i const r = _mm256_sub_epi32(n, _mm256_mullo_epi32(g, c.q));
   g = _mm256_sub_epi32(g, _mm256_cmpgt_epi32(r, c.qm1));  // remainder >= q: one more
+  g = _mm256_min_epi32(g, _mm256_set1_epi32(255));  // packing alone would wrap above 32767
   if (!c.lift) return g;
-  g = _mm256_min_epi32(_mm256_max_epi32(g, c.zero), _mm256_set1_epi32(255));
+  g = _mm256_max_epi32(g, c.zero);
   __m256i const sum =
       _mm256_add_epi32(_mm256_add_epi32(b0, b1), _mm256_add_epi32(b2, _mm256_set1_epi32(2)));
   __m256i const m = _mm256_srli_epi32(_mm256_mullo_epi32(sum, _mm256_set1_epi32(43691)), 17);

@@ -8,21 +8,34 @@
 // step, about one cycle per byte pair). Cost: one read and one write of the zone.
 #include "record/zone_copy.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstring>
 
 namespace quilp {
 namespace {
 
-// Compilers turn these byte loops into one load or store and a byte swap.
+inline uint64_t ByteSwap64(uint64_t v) {
+#if defined(__GNUC__) || defined(__clang__)
+  return __builtin_bswap64(v);
+#else
+  uint64_t r = 0;
+  for (int i = 0; i < 8; ++i, v >>= 8) r = r << 8 | (v & 0xFF);
+  return r;
+#endif
+}
+
+// Eight bytes as one number, the first byte most significant (the bit order of a 1-bit row).
 inline uint64_t LoadBigEndian64(uint8_t const* p) {
-  uint64_t v = 0;
-  for (int i = 0; i < 8; ++i) v = v << 8 | p[i];
+  uint64_t v;
+  std::memcpy(&v, p, sizeof v);
+  if constexpr (std::endian::native == std::endian::little) v = ByteSwap64(v);
   return v;
 }
 
 inline void StoreBigEndian64(uint8_t* p, uint64_t v) {
-  for (int i = 0; i < 8; ++i) p[i] = static_cast<uint8_t>(v >> (56 - 8 * i));
+  if constexpr (std::endian::native == std::endian::little) v = ByteSwap64(v);
+  std::memcpy(p, &v, sizeof v);
 }
 
 // Bits a..b (inclusive, 0 = most significant) of a byte.

@@ -9,6 +9,9 @@
 #include <immintrin.h>
 
 namespace quilp::simd {
+// Internal linkage: each instruction-set file keeps its own copy, so the linker can never
+// hand one file's wider instructions to another's narrower path.
+namespace {
 
 #define QUILP_Z (-1)
 // For each plane, the shuffles that pick its bytes out of a, b and c (-1 writes zero).
@@ -86,4 +89,5 @@ inline void SplitBgr32(unsigned char const* p, __m256i& B, __m256i& G, __m256i& 
 #undef QUILP_BGR_MASKS
 #undef QUILP_Z
 
+}  // namespace
 }  // namespace quilp::simd

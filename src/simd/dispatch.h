@@ -3,6 +3,10 @@
 // A family declares one table type (a struct of function pointers) and defines a scalar
 // table plus, on x86, the tables of its vector files. Pick() returns the widest table that
 // exists and that the active tier allows; a null table means "this family has no such tier".
+//
+// A header included by files compiled for different instruction sets must give its inline
+// functions internal linkage (static, or an unnamed namespace): otherwise the linker keeps one
+// copy for all of them, possibly the AVX2 one, and the scalar path would run AVX2 code.
 #pragma once
 
 #include "simd/cpu_features.h"

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -19,10 +20,18 @@ std::string Slurp(std::string const& path) {
 
 }  // namespace
 
-std::string WorkPath(std::string const& name) {
-  mkdir(QUILP_CLI_WORK, 0777);
-  return std::string(QUILP_CLI_WORK) + "/" + name;
+// ctest runs tests in parallel processes: each process works in a folder of its own.
+std::string const& WorkDir() {
+  static std::string const dir = [] {
+    mkdir(QUILP_CLI_WORK, 0777);
+    std::string d = std::string(QUILP_CLI_WORK) + "/p" + std::to_string(getpid());
+    mkdir(d.c_str(), 0777);
+    return d;
+  }();
+  return dir;
 }
+
+std::string WorkPath(std::string const& name) { return WorkDir() + "/" + name; }
 
 void WriteFile(std::string const& name, std::string const& bytes) {
   std::ofstream(WorkPath(name), std::ios::binary) << bytes;
@@ -30,7 +39,7 @@ void WriteFile(std::string const& name, std::string const& bytes) {
 
 Outcome Quilp(std::string const& args) {
   std::string const out = WorkPath("stdout.txt"), err = WorkPath("stderr.txt");
-  std::string const cmd = std::string("cd '") + QUILP_CLI_WORK + "' && '" + QUILP_TOOL + "' " +
+  std::string const cmd = "cd '" + WorkDir() + "' && '" + QUILP_TOOL + "' " +
                           args + " >'" + out + "' 2>'" + err + "'";
   int const raw = std::system(cmd.c_str());
   Outcome r;

@@ -10,7 +10,7 @@ struct Outcome {
   std::string out, err;
 };
 
-// Runs "quilp ARGS" in the work folder.
+// Runs "quilp ARGS" in the work folder (one per test process).
 Outcome Quilp(std::string const& args);
 // The work folder (created on first use) and a path inside it.
 std::string WorkPath(std::string const& name);
