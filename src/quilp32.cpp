@@ -515,4 +515,119 @@ int DibFilterGreyEx(DibInfo*& dst, DibInfo const* src, int oper, int p1, int p2,
 
 // ---- Skew estimation and downscaling ----------------------------------------------
 
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "geometry/edge_pair_skew.h"
+#include "geometry/fade_borders.h"
+#include "geometry/hough_block.h"
+#include "geometry/hough_transform.h"
+#include "scale/downscale.h"
+
+bool DibHoughPrepare(int logSize, bool vertical, bool polarity) {
+  return HoughPrepare(logSize, vertical, polarity);
+}
+
+bool DibHoughCompute(DibInfo* dib, int& zero, int& slope, int& score, tagRect32* rect) {
+  if (!dib) return false;
+  tagRect32 const whole = {0, 0, dib->Width() - 1, dib->Height() - 1};
+  tagRect32 const& r = rect ? *rect : whole;
+  if (dib->BitsPerPixel() != 8) return false;
+  DibHoughState const& state = HoughState();
+  int64_t const width = int64_t(r.right) - r.left + 1, height = int64_t(r.bottom) - r.top + 1;
+  if (width != state.size || height != state.secondSize || !state.live) return false;
+  if (r.left < 0 || r.top < 0 || r.right >= dib->Width() || r.bottom >= dib->Height())
+    return false;
+  int s = 0, sc = 0;
+  HoughBlock(MakeView(dib, Area{r.left, r.top, state.size, state.size}), s, sc);
+  zero = 0;
+  slope = s;
+  score = sc;
+  return true;
+}
+
+bool DibHoughDone() { return HoughDone(); }
+
+DibInfo* DibHoughTransform(DibInfo* dib, int mode, int depth) {
+  if (!dib || dib->BitsPerPixel() != 8 || (mode != 1 && mode != 2) || (depth != 8 && depth != 32))
+    return nullptr;
+  if (dib->Width() < 1 || dib->Height() < 1) return nullptr;
+  return HoughTransformImage(RowsOf(MakeView(dib)), mode, depth);
+}
+
+bool DibFindHoughPeak(DibInfo* transform, int window, int measure, int& position, int& value) {
+  if (!transform || (transform->BitsPerPixel() != 8 && transform->BitsPerPixel() != 32))
+    return false;
+  if (measure < 0 || measure > 1 || window < 0) return false;
+  return HoughPeak(transform, window, measure, position, value);
+}
+
+bool DibHoughGetAngle(double& angle, DibInfo* dib, int, tagRect32* rect) {
+  if (!dib || dib->BitsPerPixel() != 8) return false;
+  // The work image: the zone copied and faded in place, or the page with its margins faded.
+  // Without a rectangle the faded copy is not made: its margins are built apart and its
+  // middle rows are read from the page, which are the same pixels.
+  DibInfo* zone = nullptr;
+  if (rect && !DibCopyZone(zone, dib, rect)) return false;
+  DibHolder zoneHolder(zone);
+  std::vector<uint8_t> margins;
+  RowTable work;
+  if (zone) {
+    DibView const view = MakeView(zone);
+    if (!DibFadeBorders(view, view, kFadeRowCap, kFadeFraction, nullptr)) return false;
+    work = RowsOf(view);
+  } else {
+    FadedRows(MakeView(dib), kFadeRowCap, kFadeFraction, margins, work);
+  }
+  if (work.width < 1 || work.height < 1) return false;
+  DibHolder transform(HoughTransformImage(work, kHoughModeHorizontal, 8));
+  if (!transform) return false;
+  int position = 0, value = 0;
+  if (!DibFindHoughPeak(transform.get(), 5, 1, position, value)) return false;
+  angle = std::atan2(double(position) / kHoughPeakScale - 0.5 * transform.get()->Height(),
+                     double(work.width));
+  return true;
+}
+
+bool DibSmartGetAngle(int& skew, DibInfo* dib, int hFactor, int vFactor, tagRect32* rect) {
+  if (!dib || dib->BitsPerPixel() != 8) return false;
+  // The small image. Factors of 1 would copy the rectangle pixel for pixel; the rectangle of
+  // the page is read in place instead, which gives the same points.
+  DibInfo* small = nullptr;
+  Area area;
+  if (hFactor == 1 && vFactor == 1) {
+    if (!ClampRect(dib, rect, area)) return false;
+  } else if (!DibDownscale(small, dib, hFactor, vFactor, 0, rect)) {
+    return false;
+  }
+  DibHolder holder(small);
+  int tangent = 0;
+  bool const ok = DibEdgePairSkew(small ? MakeView(small) : MakeView(dib, area), tangent);
+  // (int)(T * vFactor / hFactor + 0.5), truncating toward zero; huge factors saturate.
+  double const scaled = double(tangent) * vFactor / hFactor + 0.5;
+  skew = scaled >= double(INT_MAX) ? INT_MAX : scaled <= double(INT_MIN) ? INT_MIN : int(scaled);
+  return ok;
+}
+
+bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int flags,
+                  tagRect32* rect) {
+  if (!src) return false;
+  int const depth = src->BitsPerPixel();
+  if ((depth != 1 && depth != 8 && depth != 24) || hFactor < 1 || vFactor < 1 || flags != 0)
+    return false;
+  Area area;
+  if (!ClampRect(src, rect, area)) return false;
+  int const width = ReducedSize(area.width, hFactor), height = ReducedSize(area.height, vFactor);
+  int const xRes = int((int64_t(src->XPelsPerMeter()) + hFactor / 2) / hFactor);
+  int const yRes = int((int64_t(src->YPelsPerMeter()) + vFactor / 2) / vFactor);
+  DibInfo* made = DibCreateForOverwrite(width, src->biHeight > 0 ? height : -height, xRes, yRes,
+                                        depth);
+  if (!made) return false;
+  DibDownscaleArea(MakeView(made), MakeView(src, area), depth, hFactor, vFactor);
+  result = made;
+  return true;
+}
+
 // (end of skew estimation and downscaling)

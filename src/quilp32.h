@@ -519,6 +519,102 @@ QUILP_API int DibFilterGreyEx(DibInfo*& dst, DibInfo const* src, int oper, int p
 
 
 /* ---- Skew estimation and downscaling ------------------------------------------- */
+/*
+ * Three ways of measuring how far the text lines of an 8-bit grey page (dark pixels are ink)
+ * deviate from the horizontal, each in its own unit, and the area-averaging reduction one of
+ * them works on. Positive skew always means lines that descend to the right (rows counted
+ * from the visual top).
+ */
+
+/* The fast Hough transform of square blocks. DibHoughPrepare(n, vertical, polarity) readies
+   blocks of N = 2^n pixels a side (n in 0..14; false otherwise or when memory runs out):
+   vertical true follows nearly vertical lines, false nearly horizontal ones; polarity false
+   means dark ink (a pixel votes 255 - value), true that a pixel votes its value. A second
+   prepare replaces the first. The three calls share one process-wide state: the host must
+   not run them concurrently. */
+QUILP_API bool DibHoughPrepare(int logSize, bool vertical, bool polarity);
+/* Transforms the N x N block `rect` of an 8-bit image (null: the whole image, which must then
+   be N x N) and reports the best digital line: zero = 0; slope in 0..N-1 for lines that
+   descend that many rows from the block's left column to its right one (vertical mode: move
+   that many columns right from its top row to its bottom one), or -1..-(N-1) for lines that
+   rise to the right (move left going down), the mirror pass winning only when its integer
+   score is strictly greater; score = (int)(65536 * sqrt(variance) / (mean^2 + 0.01)), from
+   the slope's N cyclic line sums h: mean of sqrt(h), variance of h. The first best slope wins
+   ties. False, outputs untouched, for a null image, a depth other than 8, a block that is not
+   N x N or not inside the image, and when no prepared state is live (never prepared, or
+   released by DibHoughDone). */
+QUILP_API bool DibHoughCompute(DibInfo* dib, int& zero, int& slope, int& score, tagRect32* rect);
+/* Releases the prepared state: true when one was live, false otherwise (a second call). */
+QUILP_API bool DibHoughDone();
+
+/* The Hough transform image of an 8-bit image: one row per drift of a straight line across the
+   image, one column per line. mode 2 follows nearly horizontal lines, mode 1 nearly vertical
+   ones (rows and columns of the image exchanged); depth is 8 or 32. For mode 2 on a W x H
+   image, with R = ceil(0.18 W) (lines up to about 10 degrees), the result is top-down,
+   H + R wide and 2R high:
+     - row p holds the lines that drift p - R rows from the left edge to the right one
+       (positive: descending to the right), so a line of row p has the angle
+       atan2(p - 0.5 * height, W);
+     - column c holds the line that crosses the left edge at row c, the columns H..H+R-1
+       standing for the rows -R..-1 above the top (lines that enter through the top);
+     - a value is the ink along the line: each pixel weighs max(0, paper - value), paper
+       being the median grey level, and the pixels of bands about R/2 wide across the image
+       are summed and scaled to 0..127 (a full band), so a value is the sum over the bands of
+       each band's scaled ink in the line's row at the band's centre.
+   Rows near the strongest drift (at least 6 on either side of it, more while the peak stays
+   broad) follow straight lines at full resolution; the others come from a fast Hough
+   transform at a quarter of the resolution along and across (less for small images): dyadic
+   digital lines, each value covering 4 columns, each row serving the drifts nearest its own.
+   32 bits: the values as signed 32-bit integers; 8 bits: scaled so that the largest is 255.
+   Null for a null image, a depth other than 8, a mode other than 1 or 2, a depth argument
+   other than 8 or 32, an empty image or a failed allocation. */
+QUILP_API DibInfo* DibHoughTransform(DibInfo* dib, int mode, int depth);
+/* The strongest row of a transform image (8 or 32 bits). Each row is scored by measure 1: the
+   sum of the squared differences between neighbouring values (how sharply the row's lines
+   separate ink from paper), or measure 0: the sum of the squared values. The first row with
+   the highest score is refined by a least-squares parabola through the scores of the rows
+   around it that stay above halfway between its score and the median score, and at least
+   `window` / 2 rows on either side (window 5: two). position is the refined row in 1/256
+   rows (row p at p * 256); value is the best score divided by the width, at most INT_MAX.
+   False, outputs untouched, for a null image, a depth other than 8 or 32, a measure other
+   than 0 or 1, a negative window or an image without rows or columns. */
+QUILP_API bool DibFindHoughPeak(DibInfo* transform, int window, int measure, int& position,
+                                int& value);
+/* The skew angle in radians of an 8-bit page or of its rectangle (clamping rule; the zone is
+   copied): the top and bottom tenth of the area (at most 200 rows each) are faded into the
+   border level, k = min(200, (int)(H * 0.1 + 0.5)) rows each:
+     B = ((Q div k^2 - ((A div k + 1) div 2)) * 6) div k, clamped to 0..255, from
+     m_i = (sum of row i + sum of row H-1-i + W/2) div W, A = sum i m_i, Q = sum i^2 m_i;
+     row i and row H-1-i (i < k) become (B*256 - B*w + 128 + p*w) >> 8, w = (int)(i/k*256+0.5);
+   then the Hough transform image (mode 2, depth 8) is taken and its peak (window 5,
+   measure 1) gives angle = atan2(p - 0.5 * height of the transform, width of the area).
+   Positive: lines descending to the right. `unused` is ignored. False, angle untouched, for
+   a null image, a depth other than 8, a rectangle with nothing inside the image or a failed
+   allocation. */
+QUILP_API bool DibHoughGetAngle(double& angle, DibInfo* dib, int unused, tagRect32* rect);
+
+/* The skew of an 8-bit page or of its rectangle as a tangent times 1024, from the upper edges
+   of dark shapes on a copy reduced by DibDownscale(hFactor, vFactor, flags 0, rect): pairs of
+   edge points two 20-column bands apart and at most 10 rows apart vote their slopes, and
+   skew = (int)(T * vFactor / hFactor + 0.5) from the winning small-image slope T (0 when
+   nothing is found; a blank page gives 0 and true). False, skew untouched, when the
+   reduction fails (null image, depth other than 8, factor below 1, empty rectangle, no
+   memory); false with skew 0 when the point array cannot grow. */
+QUILP_API bool DibSmartGetAngle(int& skew, DibInfo* dib, int hFactor, int vFactor,
+                                tagRect32* rect);
+
+/* Area-averaging reduction of the rectangle (clamping rule; null: the whole image) of a 1-, 8-
+   or 24-bit image by integer factors: each block of hFactor x vFactor pixels, the blocks at
+   the right and bottom edges covering what is left, becomes one pixel of a new record of the
+   source's depth, row order and standard palette, sized ceil(width / hFactor) x
+   ceil(height / vFactor), with the resolutions divided by the factors (rounded). A byte (each
+   of blue, green, red for 24 bits) is the rounded mean (sum + n/2) / n of the block's n
+   pixels; a 1-bit pixel is set when more than half of its block is set. Factors of 1 give an
+   exact copy. flags must be 0 (plain area average; other values are reserved). Stores the
+   new record in result and returns true; false, result untouched, for a null source, another
+   depth, a factor below 1, non-zero flags, an empty rectangle or a failed allocation. */
+QUILP_API bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int flags,
+                            tagRect32* rect);
 
 /* (end of skew estimation and downscaling) */
 

@@ -39,7 +39,13 @@ void DrawGlyph(Mask& m, Lcg& rng, int x, int base, int xh, int gw, int stroke) {
   if (kind == 5) m.Fill(x + gw - stroke, base, x + gw - 1, base + xh / 2);  // descender
 }
 
-void LayoutText(Mask& m, PageSpec const& spec, Lcg& rng, int photoTop, int photoBottom) {
+// The vertical band [top, bottom] that text lines keep clear of (photo, table).
+struct Band {
+  int top, bottom;
+  bool Hits(int base, int xh, int lead) const { return base + lead > top && base - 2 * xh < bottom; }
+};
+
+void LayoutText(Mask& m, PageSpec const& spec, Lcg& rng, std::vector<Band> const& keepClear) {
   double const unit = spec.dpi / 300.0;
   int const xh = std::max(4, int(22 * unit)), lead = std::max(8, int(50 * unit));
   int const stroke = std::max(1, int(4 * unit)), margin = int(spec.dpi * 0.8);
@@ -50,7 +56,9 @@ void LayoutText(Mask& m, PageSpec const& spec, Lcg& rng, int photoTop, int photo
     int const x0 = margin + c * (colW + gap), x1 = x0 + colW;
     int lineInPara = 0, paraLen = rng.Range(4, 9);
     for (int base = margin + int(spec.dpi * 0.6); base < m.h - margin; base += lead) {
-      if (base + lead > photoTop && base - 2 * xh < photoBottom) continue;  // leave the photo free
+      bool clear = true;
+      for (Band const& b : keepClear) clear = clear && !b.Hits(base, xh, lead);
+      if (!clear) continue;  // leave the photo and the table free
       if (lineInPara == paraLen) {  // paragraph break
         lineInPara = 0;
         paraLen = rng.Range(4, 9);
@@ -73,6 +81,47 @@ void LayoutText(Mask& m, PageSpec const& spec, Lcg& rng, int photoTop, int photo
   }
 }
 
+// One word of `letters` glyphs from x; returns the x after it.
+int DrawWord(Mask& m, Lcg& rng, int x, int base, int xh, int stroke, int letters) {
+  for (int l = 0; l < letters; ++l) {
+    int const gw = std::max(3, int(xh * (0.5 + 0.4 * rng.Unit())));
+    DrawGlyph(m, rng, x, base, xh, gw, stroke);
+    x += gw + std::max(1, xh / 5);
+  }
+  return x;
+}
+
+// A letter-like page: on about a quarter of the line places, one to three short words.
+void LayoutSparse(Mask& m, PageSpec const& spec, Lcg& rng, std::vector<Band> const& keepClear) {
+  double const unit = spec.dpi / 300.0;
+  int const xh = std::max(4, int(22 * unit)), lead = std::max(8, int(50 * unit));
+  int const stroke = std::max(1, int(4 * unit)), margin = int(spec.dpi * 0.8);
+  for (int base = margin + int(spec.dpi * 0.6); base < m.h - margin; base += lead) {
+    bool clear = true;
+    for (Band const& b : keepClear) clear = clear && !b.Hits(base, xh, lead);
+    if (!clear || rng.Range(0, 3) != 0) continue;
+    int x = margin + rng.Range(0, std::max(1, (m.w - 2 * margin) / 2));
+    for (int words = rng.Range(1, 3); words > 0 && x < m.w - margin - 10 * xh; --words)
+      x = DrawWord(m, rng, x, base, xh, stroke, rng.Range(2, 7)) + xh;
+  }
+}
+
+// A ruled table of 4 columns and `rows` rows between top and bottom, entries of one word.
+void LayoutTable(Mask& m, PageSpec const& spec, Lcg& rng, int top, int bottom) {
+  double const unit = spec.dpi / 300.0;
+  int const xh = std::max(4, int(22 * unit)), stroke = std::max(1, int(4 * unit));
+  int const rule = std::max(1, int(3 * unit)), margin = int(spec.dpi * 0.8);
+  int const left = margin, right = m.w - margin, rows = 6, cols = 4;
+  int const rowH = (bottom - top) / rows, colW = (right - left) / cols;
+  for (int r = 0; r <= rows; ++r) m.Fill(left, top + r * rowH, right, top + r * rowH + rule - 1);
+  for (int c = 0; c <= cols; ++c)
+    m.Fill(left + c * colW, top, left + c * colW + rule - 1, top + rows * rowH + rule - 1);
+  for (int r = 0; r < rows; ++r)
+    for (int c = 0; c < cols; ++c)
+      DrawWord(m, rng, left + c * colW + xh, top + r * rowH + (rowH + xh) / 2, xh, stroke,
+               rng.Range(2, std::max(2, std::min(8, colW / (xh * 2)))));
+}
+
 }  // namespace
 
 DibInfo* MakePage(PageSpec const& spec) {
@@ -84,8 +133,14 @@ DibInfo* MakePage(PageSpec const& spec) {
   Mask mask{w, h, std::vector<uint8_t>(size_t(w) * h, 0)};
   int const photoL = w / 2, photoT = h / 2, photoR = w - int(spec.dpi * 0.8),
             photoB = photoT + h / 6;
-  LayoutText(mask, spec, rng, spec.photo ? photoT - 10 : h, spec.photo ? photoB + 10 : -1);
-
+  int const tableT = h * 7 / 10, tableB = h * 7 / 10 + int(spec.dpi * 1.6);
+  std::vector<Band> keepClear = {{spec.photo ? photoT - 10 : h, spec.photo ? photoB + 10 : -1}};
+  if (spec.table) keepClear.push_back({tableT - 10, tableB + 10});
+  // The later options draw from their own generator, so they leave the main sequence intact.
+  Lcg extra{spec.seed * 2246822519u + 374761393u};
+  if (spec.sparse) LayoutSparse(mask, spec, extra, keepClear);
+  else LayoutText(mask, spec, rng, keepClear);
+  if (spec.table) LayoutTable(mask, spec, extra, tableT, tableB);
   double const a = spec.skewDegrees * M_PI / 180.0, ca = std::cos(a), sa = std::sin(a);
   double const cx = w / 2.0, cy = h / 2.0;
   double const stampX = w - spec.dpi * 1.6, stampY = spec.dpi * 1.2, stampR = spec.dpi * 0.45;
@@ -107,10 +162,18 @@ DibInfo* MakePage(PageSpec const& spec) {
         b = g = r = v;
       } else if (inside && mask.ink[size_t(iy) * w + ix]) {
         b = 40; g = 30; r = 30;  // blue-black ink
+        if (spec.fade > 0) {
+          b += (paper - b) * spec.fade;
+          g += (paper - g) * spec.fade;
+          r += (paper - r) * spec.fade;
+        }
       }
-      double const sd = std::hypot(ux - stampX, uy - stampY);
-      if (spec.stamp && sd < stampR && sd > stampR * 0.8) {  // red ring, printed over the page
-        b = std::min(b, 60.0); g = std::min(g, 50.0); r = std::max(r * 0.3 + 150, 200.0);
+      if (spec.speckle > 0 && extra.Unit() < spec.speckle) b = g = r = std::min(b, 60.0);
+      if (spec.stamp) {
+        double const sd = std::hypot(ux - stampX, uy - stampY);
+        if (sd < stampR && sd > stampR * 0.8) {  // red ring, printed over the page
+          b = std::min(b, 60.0); g = std::min(g, 50.0); r = std::max(r * 0.3 + 150, 200.0);
+        }
       }
       unsigned char* p = row + size_t(x) * bytes;
       auto clampByte = [](double v) { return uint8_t(v < 0 ? 0 : v > 255 ? 255 : v); };

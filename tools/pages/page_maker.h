@@ -1,8 +1,10 @@
 // page_maker.h - deterministic scanned-page look-alikes drawn in code.
 //
 // A page is paper (optionally shaded unevenly and noisy), paragraphs of text-like strokes in one
-// or two columns, optionally a coloured stamp and a grey photo block, the whole content rotated
-// by a known skew about the page centre. Same spec, same pixels.
+// or two columns (or a few scattered words), optionally a ruled table, a coloured stamp and a
+// grey photo block, the whole content rotated by a known skew about the page centre. The ink
+// may be faded toward the paper and the paper dirtied with specks. Same spec, same pixels; the
+// options added later leave the pages of earlier specs as they were.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +26,10 @@ struct PageSpec {
   double noise = 0.0;          // amplitude of paper noise, grey levels
   double unevenness = 0.0;     // 0..1: how much the paper darkens toward one corner
   uint32_t seed = 1;
+  bool table = false;          // a ruled table with short entries below the text's middle
+  bool sparse = false;         // a letter-like page: a few short words on most lines' places
+  double fade = 0.0;           // 0..1: how far the ink is lightened toward the paper
+  double speckle = 0.0;        // share of pixels turned into dark specks (a dirty scan)
 };
 
 // A new record holding the page (release with DibFree), or null on allocation failure.
