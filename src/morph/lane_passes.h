@@ -283,7 +283,9 @@ void HorizontalBands(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
   }
 }
 
-inline std::size_t Align64(std::size_t n) { return (n + 63) & ~std::size_t(63); }
+// A template on the file's register type, so that each instruction-set file keeps its own.
+template <class V>
+constexpr std::size_t Align64(std::size_t n) { return (n + 63) & ~std::size_t(63); }
 
 template <class V, ByteOp kOp>
 void HorizontalDirect(uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const* src,
@@ -296,7 +298,7 @@ template <class V>
 std::size_t HorizontalScratch(int width) {
   std::size_t const w = std::size_t(width > 0 ? width : 1);
   std::size_t const lane = sizeof(Single<V>) > 2 ? sizeof(Single<V>) : 2;
-  return 64 + 3 * Align64(lane * w) + Align64(w + 2 * kDirectMax + V::kBytes);
+  return 64 + 3 * Align64<V>(lane * w) + Align64<V>(w + 2 * kDirectMax + V::kBytes);
 }
 
 // Small windows directly; otherwise the running extremes on transposed bands when a register
@@ -313,23 +315,27 @@ void Horizontal8(MorphOp op, uint8_t* dst, std::ptrdiff_t dstStep, uint8_t const
     return;
   }
   if constexpr (V::kBytes >= 16) {
-    if (width >= 16) {
-      std::size_t const part = Align64(sizeof(Single<V>) * std::size_t(width));
-      auto* line = reinterpret_cast<Single<V>*>(base);
-      auto* g = reinterpret_cast<Single<V>*>(base + part);
-      auto* h = reinterpret_cast<Single<V>*>(base + 2 * part);
-      if (erode) HorizontalBands<V, MorphOp::kErode>(dst, dstStep, src, srcStep, width, rows, r, line, g, h);
-      else HorizontalBands<V, MorphOp::kDilate>(dst, dstStep, src, srcStep, width, rows, r, line, g, h);
+    if (width < 16) {  // too narrow for a tile: the scalar kernel (scratch large enough)
+      MorphKernelsScalar().horizontal8(op, dst, dstStep, src, srcStep, width, rows, r, scratch);
       return;
     }
-  }
-  uint8_t* g = base;
-  uint8_t* h = base + width;
-  for (int y = 0; y < rows; ++y) {
-    uint8_t const* in = src + srcStep * y;
-    uint8_t* out = dst + dstStep * y;
-    if (erode) TplErode<unsigned char>::Pass(out, in, g, h, width, r);
-    else TplDilate<unsigned char>::Pass(out, in, g, h, width, r);
+    std::size_t const part = Align64<V>(sizeof(Single<V>) * std::size_t(width));
+    auto* line = reinterpret_cast<Single<V>*>(base);
+    auto* g = reinterpret_cast<Single<V>*>(base + part);
+    auto* h = reinterpret_cast<Single<V>*>(base + 2 * part);
+    if (erode) HorizontalBands<V, MorphOp::kErode>(dst, dstStep, src, srcStep, width, rows, r, line, g, h);
+    else HorizontalBands<V, MorphOp::kDilate>(dst, dstStep, src, srcStep, width, rows, r, line, g, h);
+  } else {
+    // The scalar file alone instantiates the line template (a template shared with the vector
+    // files would let the linker keep a copy compiled for a wider instruction set).
+    uint8_t* g = base;
+    uint8_t* h = base + width;
+    for (int y = 0; y < rows; ++y) {
+      uint8_t const* in = src + srcStep * y;
+      uint8_t* out = dst + dstStep * y;
+      if (erode) TplErode<unsigned char>::Pass(out, in, g, h, width, r);
+      else TplDilate<unsigned char>::Pass(out, in, g, h, width, r);
+    }
   }
 }
 
