@@ -1,7 +1,5 @@
 #include "bmp_files.h"
 
-#include <unistd.h>
-
 #include <cstdint>
 #include <cstring>
 
@@ -21,9 +19,8 @@ std::string WriteBmpFile(std::string const& name, DibInfo const* dib) {
   std::memcpy(f + 14, static_cast<tagBITMAPINFOHEADER const*>(dib), 40);
   std::memcpy(f + 54, dib->PalPtr(), palette);
   std::memcpy(f + 54 + palette, dib->BitsPtr(), pixels);
-  std::string const file = std::to_string(getpid()) + "-" + name;
-  WriteFile(file, bytes);
-  return file;
+  WriteFile(name, bytes);
+  return name;
 }
 
 }  // namespace cli_test

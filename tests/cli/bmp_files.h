@@ -7,9 +7,8 @@
 
 namespace cli_test {
 
-// Writes `dib` (header, palette, rows as stored) to a file of the work folder whose name is
-// `name` prefixed with this process's id, so parallel test processes never share an input.
-// Returns the file name relative to the work folder.
+// Writes `dib` (header, palette, rows as stored) as the file `name` of this process's work
+// folder. Returns `name`, the file's path relative to the folder the tool runs in.
 std::string WriteBmpFile(std::string const& name, DibInfo const* dib);
 
 }  // namespace cli_test

@@ -23,12 +23,6 @@ std::string Mine(std::string const& name) {
          "-" + name;
 }
 
-void WriteDib(std::string const& name, DibInfo const* dib) {
-  std::string const written = WriteBmpFile(name, dib);
-  // The shared writer prefixes the name; keep the test's own name for its commands.
-  std::rename(WorkPath(written).c_str(), WorkPath(name).c_str());
-}
-
 // A grey page at 300 dpi skewed by 2 degrees and a 1-bit image, as Mine("skewed.bmp") and
 // Mine("bits.bmp").
 void WritePages() {
@@ -41,11 +35,11 @@ void WritePages() {
     spec.noise = 8;
     spec.photo = false;
     DibInfo* page = quilp_pages::MakePage(spec);
-    WriteDib(Mine("skewed.bmp"), page);
+    WriteBmpFile(Mine("skewed.bmp"), page);
     DibFree(page);
   }
   DibInfo* bits = DibCreate(40, 40, 3937, 3937, 1);
-  WriteDib(Mine("bits.bmp"), bits);
+  WriteBmpFile(Mine("bits.bmp"), bits);
   DibFree(bits);
 }
 
