@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "bmp_files.h"
 #include "cli_runner.h"
 #include "pages/page_maker.h"
 #include "quilp32.h"
@@ -11,22 +12,6 @@
 using namespace cli_test;
 
 namespace {
-
-// A record as a BMP file in the work folder.
-void WriteDib(std::string const& name, DibInfo const* dib) {
-  uint32_t const palette = uint32_t(dib->PaletteSize()), off = 54 + palette;
-  std::string bytes(off + dib->biSizeImage, '\0');
-  unsigned char* f = reinterpret_cast<unsigned char*>(&bytes[0]);
-  f[0] = 'B';
-  f[1] = 'M';
-  uint32_t const size = uint32_t(bytes.size());
-  std::memcpy(f + 2, &size, 4);
-  std::memcpy(f + 10, &off, 4);
-  std::memcpy(f + 14, dib, 40);
-  std::memcpy(f + 54, dib->PalPtr(), palette);
-  std::memcpy(f + off, dib->BitsPtr(), dib->biSizeImage);
-  WriteFile(name, bytes);
-}
 
 // A grey page and its 1-bit threshold, written under names of their own for each test (ctest
 // runs tests in parallel processes sharing the work folder).
@@ -38,9 +23,9 @@ std::string GreyPage(std::string const& prefix) {
   spec.bitCount = 8;
   spec.unevenness = 0.4;
   DibInfo* page = quilp_pages::MakePage(spec);
-  WriteDib(prefix + "-page.bmp", page);
+  WriteBmpFile(prefix + "-page.bmp", page);
   DibInfo* bits = DibBinarizeSimple(page, 150, false, nullptr);
-  WriteDib(prefix + "-bits.bmp", bits);
+  WriteBmpFile(prefix + "-bits.bmp", bits);
   DibFree(bits);
   DibFree(page);
   return prefix + "-page.bmp";
