@@ -32,7 +32,7 @@ enum Kind { kPlain, kTwoColumns, kTable, kPhoto, kSparse, kFaded, kNoisy, kKinds
 char const* const kKindNames[kKinds] = {"plain", "two-column", "table", "photo",
                                         "sparse", "faded", "noisy"};
 
-quilp_pages::PageSpec Spec(Kind kind, int dpi, double degrees, uint32_t seed) {
+quilp_pages::PageSpec LayoutOf(Kind kind, int dpi, double degrees, uint32_t seed) {
   quilp_pages::PageSpec s;
   s.dpi = dpi;
   s.width = dpi == 300 ? 2480 : 1654;
@@ -57,7 +57,7 @@ quilp_pages::PageSpec Spec(Kind kind, int dpi, double degrees, uint32_t seed) {
 }
 
 DibInfo* Page200() {
-  static DibInfo* page = quilp_pages::MakePage(Spec(kPhoto, 200, 0.8, 1));
+  static DibInfo* page = quilp_pages::MakePage(LayoutOf(kPhoto, 200, 0.8, 1));
   return page;
 }
 
@@ -202,7 +202,7 @@ void BM_SkewAccuracy(benchmark::State& state) {
         for (int i = 0; i < kPagesPerKind; ++i, ++index) {
           double const frac = index * 0.6180339887 + 0.25 - std::floor(index * 0.6180339887 + 0.25);
           double const degrees = -10.0 + 20.0 * frac;
-          DibInfo* page = quilp_pages::MakePage(Spec(Kind(kind), dpi, degrees, uint32_t(100 + index)));
+          DibInfo* page = quilp_pages::MakePage(LayoutOf(Kind(kind), dpi, degrees, uint32_t(100 + index)));
           double angle = 0.0;
           bool const ok = DibHoughGetAngle(angle, page, 0, nullptr);
           hough.Add(ok, angle * kDegrees - degrees);

@@ -6,12 +6,12 @@ namespace bench_support {
 
 DibInfo* ColourPage() {
   static DibInfo* page = [] {
-    quilp_pages::PageSpec spec;  // A4, 300 dpi
-    spec.topDown = true;
-    spec.skewDegrees = 0.8;
-    spec.noise = 10;
-    spec.unevenness = 0.2;
-    return quilp_pages::MakePage(spec);
+    quilp_pages::PageSpec layout;  // A4, 300 dpi
+    layout.topDown = true;
+    layout.skewDegrees = 0.8;
+    layout.noise = 10;
+    layout.unevenness = 0.2;
+    return quilp_pages::MakePage(layout);
   }();
   return page;
 }

@@ -17,11 +17,11 @@ namespace {
 // A small colour page on disk.
 std::string SmallPage() {
   static std::string const path = [] {
-    quilp_pages::PageSpec spec;
-    spec.width = 300;
-    spec.height = 200;
-    spec.dpi = 100;
-    DibInfo* page = quilp_pages::MakePage(spec);
+    quilp_pages::PageSpec layout;
+    layout.width = 300;
+    layout.height = 200;
+    layout.dpi = 100;
+    DibInfo* page = quilp_pages::MakePage(layout);
     std::string const name = WriteBmpFile("page.bmp", page);
     DibFree(page);
     return name;

@@ -20,11 +20,11 @@ namespace {
 // A small page with a red stamp; and one pixel row of known colours.
 void Pages() {
   static bool const made = [] {
-    quilp_pages::PageSpec spec;
-    spec.width = 800;
-    spec.height = 600;
-    spec.dpi = 100;
-    DibInfo* page = quilp_pages::MakePage(spec);
+    quilp_pages::PageSpec layout;
+    layout.width = 800;
+    layout.height = 600;
+    layout.dpi = 100;
+    DibInfo* page = quilp_pages::MakePage(layout);
     WriteBmpFile("stamped.bmp", page);
     DibFree(page);
     DibInfo* row = DibCreate(3, 1, 0, 0, 24);

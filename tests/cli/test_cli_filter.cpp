@@ -16,13 +16,13 @@ namespace {
 // A grey page and its 1-bit threshold, written under names of their own for each test (ctest
 // runs tests in parallel processes sharing the work folder).
 std::string GreyPage(std::string const& prefix) {
-  quilp_pages::PageSpec spec;
-  spec.width = 240;
-  spec.height = 160;
-  spec.dpi = 100;
-  spec.bitCount = 8;
-  spec.unevenness = 0.4;
-  DibInfo* page = quilp_pages::MakePage(spec);
+  quilp_pages::PageSpec layout;
+  layout.width = 240;
+  layout.height = 160;
+  layout.dpi = 100;
+  layout.bitCount = 8;
+  layout.unevenness = 0.4;
+  DibInfo* page = quilp_pages::MakePage(layout);
   WriteBmpFile(prefix + "-page.bmp", page);
   DibInfo* bits = DibBinarizeSimple(page, 150, false, nullptr);
   WriteBmpFile(prefix + "-bits.bmp", bits);

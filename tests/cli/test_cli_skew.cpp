@@ -27,14 +27,14 @@ std::string Mine(std::string const& name) {
 // Mine("bits.bmp").
 void WritePages() {
   {
-    quilp_pages::PageSpec spec;
-    spec.width = 1240;
-    spec.height = 1754;
-    spec.bitCount = 8;
-    spec.skewDegrees = 2.0;
-    spec.noise = 8;
-    spec.photo = false;
-    DibInfo* page = quilp_pages::MakePage(spec);
+    quilp_pages::PageSpec layout;
+    layout.width = 1240;
+    layout.height = 1754;
+    layout.bitCount = 8;
+    layout.skewDegrees = 2.0;
+    layout.noise = 8;
+    layout.photo = false;
+    DibInfo* page = quilp_pages::MakePage(layout);
     WriteBmpFile(Mine("skewed.bmp"), page);
     DibFree(page);
   }

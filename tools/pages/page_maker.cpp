@@ -45,17 +45,17 @@ struct Band {
   bool Hits(int base, int xh, int lead) const { return base + lead > top && base - 2 * xh < bottom; }
 };
 
-void LayoutText(Mask& m, PageSpec const& spec, Lcg& rng, std::vector<Band> const& keepClear) {
-  double const unit = spec.dpi / 300.0;
+void LayoutText(Mask& m, PageSpec const& layout, Lcg& rng, std::vector<Band> const& keepClear) {
+  double const unit = layout.dpi / 300.0;
   int const xh = std::max(4, int(22 * unit)), lead = std::max(8, int(50 * unit));
-  int const stroke = std::max(1, int(4 * unit)), margin = int(spec.dpi * 0.8);
-  int const gap = int(spec.dpi * 0.3);
-  int const cols = std::max(1, std::min(spec.columns, 2));
+  int const stroke = std::max(1, int(4 * unit)), margin = int(layout.dpi * 0.8);
+  int const gap = int(layout.dpi * 0.3);
+  int const cols = std::max(1, std::min(layout.columns, 2));
   int const colW = (m.w - 2 * margin - (cols - 1) * gap) / cols;
   for (int c = 0; c < cols; ++c) {
     int const x0 = margin + c * (colW + gap), x1 = x0 + colW;
     int lineInPara = 0, paraLen = rng.Range(4, 9);
-    for (int base = margin + int(spec.dpi * 0.6); base < m.h - margin; base += lead) {
+    for (int base = margin + int(layout.dpi * 0.6); base < m.h - margin; base += lead) {
       bool clear = true;
       for (Band const& b : keepClear) clear = clear && !b.Hits(base, xh, lead);
       if (!clear) continue;  // leave the photo and the table free
@@ -92,11 +92,11 @@ int DrawWord(Mask& m, Lcg& rng, int x, int base, int xh, int stroke, int letters
 }
 
 // A letter-like page: on about a quarter of the line places, one to three short words.
-void LayoutSparse(Mask& m, PageSpec const& spec, Lcg& rng, std::vector<Band> const& keepClear) {
-  double const unit = spec.dpi / 300.0;
+void LayoutSparse(Mask& m, PageSpec const& layout, Lcg& rng, std::vector<Band> const& keepClear) {
+  double const unit = layout.dpi / 300.0;
   int const xh = std::max(4, int(22 * unit)), lead = std::max(8, int(50 * unit));
-  int const stroke = std::max(1, int(4 * unit)), margin = int(spec.dpi * 0.8);
-  for (int base = margin + int(spec.dpi * 0.6); base < m.h - margin; base += lead) {
+  int const stroke = std::max(1, int(4 * unit)), margin = int(layout.dpi * 0.8);
+  for (int base = margin + int(layout.dpi * 0.6); base < m.h - margin; base += lead) {
     bool clear = true;
     for (Band const& b : keepClear) clear = clear && !b.Hits(base, xh, lead);
     if (!clear || rng.Range(0, 3) != 0) continue;
@@ -107,10 +107,10 @@ void LayoutSparse(Mask& m, PageSpec const& spec, Lcg& rng, std::vector<Band> con
 }
 
 // A ruled table of 4 columns and `rows` rows between top and bottom, entries of one word.
-void LayoutTable(Mask& m, PageSpec const& spec, Lcg& rng, int top, int bottom) {
-  double const unit = spec.dpi / 300.0;
+void LayoutTable(Mask& m, PageSpec const& layout, Lcg& rng, int top, int bottom) {
+  double const unit = layout.dpi / 300.0;
   int const xh = std::max(4, int(22 * unit)), stroke = std::max(1, int(4 * unit));
-  int const rule = std::max(1, int(3 * unit)), margin = int(spec.dpi * 0.8);
+  int const rule = std::max(1, int(3 * unit)), margin = int(layout.dpi * 0.8);
   int const left = margin, right = m.w - margin, rows = 6, cols = 4;
   int const rowH = (bottom - top) / rows, colW = (right - left) / cols;
   for (int r = 0; r <= rows; ++r) m.Fill(left, top + r * rowH, right, top + r * rowH + rule - 1);
@@ -124,26 +124,26 @@ void LayoutTable(Mask& m, PageSpec const& spec, Lcg& rng, int top, int bottom) {
 
 }  // namespace
 
-DibInfo* MakePage(PageSpec const& spec) {
-  int const w = spec.width, h = spec.height;
-  DibInfo* dib = DibCreate(w, spec.topDown ? -h : h, int(spec.dpi * 39.37 + 0.5),
-                           int(spec.dpi * 39.37 + 0.5), spec.bitCount == 8 ? 8 : 24);
+DibInfo* MakePage(PageSpec const& layout) {
+  int const w = layout.width, h = layout.height;
+  DibInfo* dib = DibCreate(w, layout.topDown ? -h : h, int(layout.dpi * 39.37 + 0.5),
+                           int(layout.dpi * 39.37 + 0.5), layout.bitCount == 8 ? 8 : 24);
   if (!dib) return nullptr;
-  Lcg rng{spec.seed * 2654435761u + 12345u};
+  Lcg rng{layout.seed * 2654435761u + 12345u};
   Mask mask{w, h, std::vector<uint8_t>(size_t(w) * h, 0)};
-  int const photoL = w / 2, photoT = h / 2, photoR = w - int(spec.dpi * 0.8),
+  int const photoL = w / 2, photoT = h / 2, photoR = w - int(layout.dpi * 0.8),
             photoB = photoT + h / 6;
-  int const tableT = h * 7 / 10, tableB = h * 7 / 10 + int(spec.dpi * 1.6);
-  std::vector<Band> keepClear = {{spec.photo ? photoT - 10 : h, spec.photo ? photoB + 10 : -1}};
-  if (spec.table) keepClear.push_back({tableT - 10, tableB + 10});
+  int const tableT = h * 7 / 10, tableB = h * 7 / 10 + int(layout.dpi * 1.6);
+  std::vector<Band> keepClear = {{layout.photo ? photoT - 10 : h, layout.photo ? photoB + 10 : -1}};
+  if (layout.table) keepClear.push_back({tableT - 10, tableB + 10});
   // The later options draw from their own generator, so they leave the main sequence intact.
-  Lcg extra{spec.seed * 2246822519u + 374761393u};
-  if (spec.sparse) LayoutSparse(mask, spec, extra, keepClear);
-  else LayoutText(mask, spec, rng, keepClear);
-  if (spec.table) LayoutTable(mask, spec, extra, tableT, tableB);
-  double const a = spec.skewDegrees * M_PI / 180.0, ca = std::cos(a), sa = std::sin(a);
+  Lcg extra{layout.seed * 2246822519u + 374761393u};
+  if (layout.sparse) LayoutSparse(mask, layout, extra, keepClear);
+  else LayoutText(mask, layout, rng, keepClear);
+  if (layout.table) LayoutTable(mask, layout, extra, tableT, tableB);
+  double const a = layout.skewDegrees * M_PI / 180.0, ca = std::cos(a), sa = std::sin(a);
   double const cx = w / 2.0, cy = h / 2.0;
-  double const stampX = w - spec.dpi * 1.6, stampY = spec.dpi * 1.2, stampR = spec.dpi * 0.45;
+  double const stampX = w - layout.dpi * 1.6, stampY = layout.dpi * 1.2, stampR = layout.dpi * 0.45;
   int const bytes = dib->BitsPerPixel() / 8;
   for (int y = 0; y < h; ++y) {
     unsigned char* row = dib->GetLine(y);
@@ -152,24 +152,24 @@ DibInfo* MakePage(PageSpec const& spec) {
       double const dx = x - cx, dy = y - cy;
       double const ux = cx + dx * ca + dy * sa, uy = cy - dx * sa + dy * ca;
       int const ix = int(std::floor(ux + 0.5)), iy = int(std::floor(uy + 0.5));
-      double paper = 235.0 - spec.unevenness * 80.0 * (double(x) / w + double(y) / h) / 2.0;
-      if (spec.noise > 0) paper += spec.noise * (rng.Unit() - 0.5) * 2.0;
+      double paper = 235.0 - layout.unevenness * 80.0 * (double(x) / w + double(y) / h) / 2.0;
+      if (layout.noise > 0) paper += layout.noise * (rng.Unit() - 0.5) * 2.0;
       double b = paper, g = paper, r = paper;
       bool const inside = ix >= 0 && iy >= 0 && ix < w && iy < h;
-      if (inside && spec.photo && ix >= photoL && ix <= photoR && iy >= photoT && iy <= photoB) {
+      if (inside && layout.photo && ix >= photoL && ix <= photoR && iy >= photoT && iy <= photoB) {
         double const v = 128 + 90 * std::sin(ix * 0.02) * std::cos(iy * 0.015) +
                          30 * std::sin((ix + iy) * 0.003);
         b = g = r = v;
       } else if (inside && mask.ink[size_t(iy) * w + ix]) {
         b = 40; g = 30; r = 30;  // blue-black ink
-        if (spec.fade > 0) {
-          b += (paper - b) * spec.fade;
-          g += (paper - g) * spec.fade;
-          r += (paper - r) * spec.fade;
+        if (layout.fade > 0) {
+          b += (paper - b) * layout.fade;
+          g += (paper - g) * layout.fade;
+          r += (paper - r) * layout.fade;
         }
       }
-      if (spec.speckle > 0 && extra.Unit() < spec.speckle) b = g = r = std::min(b, 60.0);
-      if (spec.stamp) {
+      if (layout.speckle > 0 && extra.Unit() < layout.speckle) b = g = r = std::min(b, 60.0);
+      if (layout.stamp) {
         double const sd = std::hypot(ux - stampX, uy - stampY);
         if (sd < stampR && sd > stampR * 0.8) {  // red ring, printed over the page
           b = std::min(b, 60.0); g = std::min(g, 50.0); r = std::max(r * 0.3 + 150, 200.0);

@@ -3,8 +3,8 @@
 // A page is paper (optionally shaded unevenly and noisy), paragraphs of text-like strokes in one
 // or two columns (or a few scattered words), optionally a ruled table, a coloured stamp and a
 // grey photo block, the whole content rotated by a known skew about the page centre. The ink
-// may be faded toward the paper and the paper dirtied with specks. Same spec, same pixels; the
-// options added later leave the pages of earlier specs as they were.
+// may be faded toward the paper and the paper dirtied with specks. Same layout, same pixels; the
+// options added later leave the pages of earlier layouts as they were.
 #pragma once
 
 #include <cstdint>
@@ -33,6 +33,6 @@ struct PageSpec {
 };
 
 // A new record holding the page (release with DibFree), or null on allocation failure.
-DibInfo* MakePage(PageSpec const& spec);
+DibInfo* MakePage(PageSpec const& layout);
 
 }  // namespace quilp_pages

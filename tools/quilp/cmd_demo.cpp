@@ -16,14 +16,14 @@ int RunDemo(Args const& args) {
   std::string const folder = args.PositionalCount() > 0 ? args.Positional(0, "folder") : "quilp-demo";
   if (mkdir(folder.c_str(), 0777) != 0 && errno != EEXIST)
     throw CliError("cannot create folder '" + folder + "'");
-  quilp_pages::PageSpec spec;
-  spec.width = 1654;  // A4 at 200 dpi
-  spec.height = 2339;
-  spec.dpi = 200;
-  spec.skewDegrees = kDemoSkewDegrees;
-  spec.noise = 12;
-  spec.unevenness = 0.3;
-  Dib page(quilp_pages::MakePage(spec));
+  quilp_pages::PageSpec layout;
+  layout.width = 1654;  // A4 at 200 dpi
+  layout.height = 2339;
+  layout.dpi = 200;
+  layout.skewDegrees = kDemoSkewDegrees;
+  layout.noise = 12;
+  layout.unevenness = 0.3;
+  Dib page(quilp_pages::MakePage(layout));
   if (!page) throw CliError("out of memory drawing the page");
   DemoContext demo;
   demo.folder = folder;
