@@ -15,6 +15,7 @@
 
 #include "colour/colour_dropout.h"
 #include "colour/colour_dropout_simd.h"
+#include "simd/bgr_shuffle.h"
 #include "colour/grey_projection.h"
 
 namespace quilp {
@@ -35,16 +36,8 @@ struct OneColourConsts {
 // at bytes 4..15 of the low lane, pixels 4..7 at bytes 0..11 of the high lane, and each byte
 // goes straight into its own 32-bit lane. Reads p - 4 .. p + 27.
 inline __m256i OneColour8(uint8_t const* p, OneColourConsts const& c) {
-  __m256i const raw = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p - 4));
-  __m256i const b0 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(
-      4, -1, -1, -1, 7, -1, -1, -1, 10, -1, -1, -1, 13, -1, -1, -1,
-      0, -1, -1, -1, 3, -1, -1, -1, 6, -1, -1, -1, 9, -1, -1, -1));
-  __m256i const b1 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(
-      5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1, 14, -1, -1, -1,
-      1, -1, -1, -1, 4, -1, -1, -1, 7, -1, -1, -1, 10, -1, -1, -1));
-  __m256i const b2 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(
-      6, -1, -1, -1, 9, -1, -1, -1, 12, -1, -1, -1, 15, -1, -1, -1,
-      2, -1, -1, -1, 5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1));
+  __m256i b0, b1, b2;
+  simd::SplitBgr8(p, b0, b1, b2);
   __m256i n = _mm256_sub_epi32(
       c.range,
       _mm256_add_epi32(_mm256_add_epi32(_mm256_mullo_epi32(b0, c.w0), _mm256_mullo_epi32(b1, c.w1)),
@@ -58,23 +51,9 @@ inline __m256i OneColour8(uint8_t const* p, OneColourConsts const& c) {
 
 void OneColourRow(uint8_t const* src, uint8_t* dst, int width, OneColourDropout const& t) {
   OneColourConsts const c(t);
-  __m256i const order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-  // The first two pixels go to the scalar kernel so that no load starts before the row; then
-  // 32 pixels a step, whose last group reads 4 bytes past its pixels (kept inside the row by
-  // leaving 2 spare pixels to the tail).
-  int x = width < 2 ? width : 2;
-  DropoutKernelsScalar().oneColour(src, dst, x, t);
-  for (; x + 34 <= width; x += 32) {
-    uint8_t const* p = src + 3 * x;
-    __m256i const g0 = OneColour8(p, c), g1 = OneColour8(p + 24, c);
-    __m256i const g2 = OneColour8(p + 48, c), g3 = OneColour8(p + 72, c);
-    // Packing works per 128-bit lane; the final permutation restores pixel order.
-    __m256i const bytes =
-        _mm256_packus_epi16(_mm256_packus_epi32(g0, g1), _mm256_packus_epi32(g2, g3));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x),
-                        _mm256_permutevar8x32_epi32(bytes, order));
-  }
-  if (x < width) DropoutKernelsSse41().oneColour(src + 3 * x, dst + x, width - x, t);
+  simd::BgrRowBy32(
+      src, dst, width, [&c](uint8_t const* p) { return OneColour8(p, c); },
+      [&t](uint8_t const* s, uint8_t* d, int n) { DropoutKernelsSse41().oneColour(s, d, n, t); });
 }
 
 // Darkness of four pixels at p as doubles, one vector per byte position.

@@ -57,35 +57,16 @@ inline __m256i Grey8(__m256i b0, __m256i b1, __m256i b2, Consts const& c) {
 // the low lane, pixels 4..7 at bytes 0..11 of the high lane; each byte of a pixel goes
 // straight into its own 32-bit lane. Reads p - 4 .. p + 27.
 inline __m256i Grey8At(uint8_t const* p, Consts const& c) {
-  __m256i const raw = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p - 4));
-  __m256i const b0 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(
-      4, -1, -1, -1, 7, -1, -1, -1, 10, -1, -1, -1, 13, -1, -1, -1,
-      0, -1, -1, -1, 3, -1, -1, -1, 6, -1, -1, -1, 9, -1, -1, -1));
-  __m256i const b1 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(
-      5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1, 14, -1, -1, -1,
-      1, -1, -1, -1, 4, -1, -1, -1, 7, -1, -1, -1, 10, -1, -1, -1));
-  __m256i const b2 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(
-      6, -1, -1, -1, 9, -1, -1, -1, 12, -1, -1, -1, 15, -1, -1, -1,
-      2, -1, -1, -1, 5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1));
+  __m256i b0, b1, b2;
+  simd::SplitBgr8(p, b0, b1, b2);
   return Grey8(b0, b1, b2, c);
 }
 
 void ProjectRow(uint8_t const* src, uint8_t* dst, int width, GreyTransform const& t) {
   Consts const c(t);
-  __m256i const order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
-  // The first two pixels go to the scalar kernel so that no load starts before the row; 32
-  // pixels a step after that, whose last group reads 4 bytes past the block (2 spare pixels).
-  int x = width < 2 ? width : 2;
-  GreyKernelsScalar().project(src, dst, x, t);
-  for (; x + 34 <= width; x += 32) {
-    uint8_t const* p = src + 3 * x;
-    __m256i const g0 = Grey8At(p, c), g1 = Grey8At(p + 24, c);
-    __m256i const g2 = Grey8At(p + 48, c), g3 = Grey8At(p + 72, c);
-    // Packing works per lane; the final permutation restores pixel order.
-    __m256i const bytes = _mm256_packus_epi16(_mm256_packus_epi32(g0, g1), _mm256_packus_epi32(g2, g3));
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x), _mm256_permutevar8x32_epi32(bytes, order));
-  }
-  if (x < width) GreyKernelsSse41().project(src + 3 * x, dst + x, width - x, t);
+  simd::BgrRowBy32(
+      src, dst, width, [&c](uint8_t const* p) { return Grey8At(p, c); },
+      [&t](uint8_t const* s, uint8_t* d, int n) { GreyKernelsSse41().project(s, d, n, t); });
 }
 
 inline uint64_t SumLanes(__m256i v) {

@@ -84,6 +84,45 @@ inline void SplitBgr32(unsigned char const* p, __m256i& B, __m256i& G, __m256i& 
                                       _mm256_shuffle_epi8(b, Mask256(kR[1]))),
                       _mm256_shuffle_epi8(c, Mask256(kR[2])));
 }
+
+// Eight pixels at p, read as one 32-byte load from p - 4 (pixels 0..3 at bytes 4..15 of the
+// low lane, pixels 4..7 at bytes 0..11 of the high lane); each byte of a pixel goes straight
+// into its own 32-bit lane. Reads p - 4 .. p + 27.
+inline void SplitBgr8(unsigned char const* p, __m256i& b0, __m256i& b1, __m256i& b2) {
+  __m256i const raw = _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p - 4));
+  b0 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(4, -1, -1, -1, 7, -1, -1, -1, 10, -1, -1, -1,
+                                                 13, -1, -1, -1, 0, -1, -1, -1, 3, -1, -1, -1,
+                                                 6, -1, -1, -1, 9, -1, -1, -1));
+  b1 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(5, -1, -1, -1, 8, -1, -1, -1, 11, -1, -1, -1,
+                                                 14, -1, -1, -1, 1, -1, -1, -1, 4, -1, -1, -1,
+                                                 7, -1, -1, -1, 10, -1, -1, -1));
+  b2 = _mm256_shuffle_epi8(raw, _mm256_setr_epi8(6, -1, -1, -1, 9, -1, -1, -1, 12, -1, -1, -1,
+                                                 15, -1, -1, -1, 2, -1, -1, -1, 5, -1, -1, -1,
+                                                 8, -1, -1, -1, 11, -1, -1, -1));
+}
+
+// Runs a per-pixel byte kernel over a row of `width` BGR pixels: 32 pixels a step through
+// `group8(p)`, which turns the eight pixels at p into eight 32-bit values of 0..255 (pixels
+// 0..3 in the low lane, 4..7 in the high one) and may read p - 4 .. p + 27; the first two
+// pixels and the tail go to `narrow(src, dst, count)`, so no load starts before the row or
+// ends past it.
+template <class Group8, class Narrow>
+inline void BgrRowBy32(unsigned char const* src, unsigned char* dst, int width, Group8 group8,
+                       Narrow narrow) {
+  __m256i const order = _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7);
+  int x = width < 2 ? width : 2;
+  narrow(src, dst, x);
+  for (; x + 34 <= width; x += 32) {
+    unsigned char const* p = src + 3 * x;
+    __m256i const g0 = group8(p), g1 = group8(p + 24), g2 = group8(p + 48), g3 = group8(p + 72);
+    // Packing works per 128-bit lane; the final permutation restores pixel order.
+    __m256i const bytes =
+        _mm256_packus_epi16(_mm256_packus_epi32(g0, g1), _mm256_packus_epi32(g2, g3));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + x),
+                        _mm256_permutevar8x32_epi32(bytes, order));
+  }
+  if (x < width) narrow(src + 3 * x, dst + x, width - x);
+}
 #endif
 
 #undef QUILP_BGR_MASKS
