@@ -1,19 +1,23 @@
 #!/usr/bin/env bash
 # Installs what building and testing need, from Debian's packages, when it is missing.
-# Pass "bench" to add the peers the benchmarks compare against (OpenCV, Leptonica).
+# Pass "bench" to add the peers the benchmarks and quality tables compare against
+# (OpenCV with its contrib modules, Leptonica, scikit-image, unpaper).
 set -euo pipefail
-need=()
-command -v cmake >/dev/null || need+=(cmake)
-command -v g++ >/dev/null || need+=(g++)
-command -v make >/dev/null || need+=(make)
-command -v pkg-config >/dev/null || need+=(pkg-config)
-[ -f /usr/include/gtest/gtest.h ] || need+=(libgtest-dev libgmock-dev)
-[ -f /usr/include/benchmark/benchmark.h ] || need+=(libbenchmark-dev)
+want=(cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+      # the tool's image files
+      libpng-dev libtiff-dev libjpeg-dev
+      # the 32-bit build
+      g++-multilib
+      # generated test pages: real glyphs from Debian's fonts, OCR for the quality checks
+      python3 python3-numpy python3-pil fonts-dejavu-core fonts-liberation2 fonts-freefont-ttf
+      tesseract-ocr tesseract-ocr-eng)
 if [ "${1:-}" = bench ]; then
-  [ -d /usr/include/opencv4 ] || need+=(libopencv-dev)
-  [ -f /usr/include/leptonica/allheaders.h ] || need+=(libleptonica-dev)
-  [ -f /usr/include/opencv4/opencv2/ximgproc.hpp ] || need+=(libopencv-contrib-dev)
+  want+=(libopencv-dev libopencv-contrib-dev libleptonica-dev python3-skimage unpaper)
 fi
+need=()
+for pkg in "${want[@]}"; do
+  dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "ok installed" || need+=("$pkg")
+done
 if [ ${#need[@]} -gt 0 ]; then
   echo "installing: ${need[*]}"
   SUDO=""
