@@ -161,6 +161,7 @@ std::atomic<FILE*> g_logStream{nullptr};
 // The comparison operations' messages name this source file and their own line numbers.
 constexpr char kMessageFile[] = "..\\..\\..\\..\\prj\\image\\quilp32\\src\\quilp32";
 constexpr int kMessageCode = -1;
+constexpr int64_t kMaxSide = 65535;  // the longest side of a record the image form makes
 
 void PrintError(char const* function, int line, char const* description) {
   char buffer[256];
@@ -247,7 +248,8 @@ int DibDiffer(DibInfo*& out, DibInfo* pTstDib, DibInfo* pEtaDib, tagRect32* tstR
   if (!out) {
     tagRect32 const r = RectOrWhole(pEtaDib, etaRect);
     int64_t const w = int64_t(r.right) - r.left + 1, h = int64_t(r.bottom) - r.top + 1;
-    if (w < INT32_MIN || w > INT32_MAX || h < INT32_MIN || h > INT32_MAX) return -2;
+    // No page has a side beyond 65535: an inverted or huge rectangle asks for nothing real.
+    if (w < -kMaxSide || w > kMaxSide || h < -kMaxSide || h > kMaxSide) return -2;
     out = DibCreateDepth(int(w), int(h), pEtaDib->XPelsPerMeter(), pEtaDib->YPelsPerMeter(), depth);
     if (!out) return -2;
   }

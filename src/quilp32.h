@@ -78,7 +78,7 @@ struct QUILP_API DibInfo : tagBITMAPINFOHEADER {
   tagRGBQUAD* PalPtr() const;
   /* Row stride in bytes: rows padded to a multiple of 4 bytes. */
   int ByteWidth() const;
-  /* Palette size in bytes, 4 * NumColors(). */
+  /* Palette size in bytes, 4 * NumColors(), saturating at INT32_MAX for a huge biClrUsed. */
   int PaletteSize() const;
   /* biClrUsed if non-zero, else 2^biBitCount below 9 bits, else 0. */
   int NumColors() const;
@@ -95,8 +95,9 @@ struct QUILP_API DibInfo : tagBITMAPINFOHEADER {
 };
 
 /* A zeroed record of depth 1 (palette black, white), 8 (grey ramp), 24 or 32, stored in the
-   order the sign of height says. Any other depth, a negative width or a size beyond 4 GiB
-   gives null. A height of 0 gives a record with no rows. */
+   order the sign of height says. Any other depth, a negative width, a row beyond 512 MiB or
+   a size beyond 4 GiB (2 GiB in a 32-bit process) gives null. A height of 0 gives a record
+   with no rows. */
 QUILP_API DibInfo* DibCreate(int width, int height, int xPelsPerMeter, int yPelsPerMeter,
                              int bitCount);
 /* A zeroed record with the model's width, signed height and resolutions; bitCount 0 means the
@@ -238,8 +239,8 @@ struct SDibDifferSetup {
 QUILP_API FILE* DibSetLogStream(FILE* stream);
 /* Image form: writes the differences into `out` from its top-left pixel on. When out is null
    a zeroed record of the reference rectangle's size as given (before clipping), the reference
-   image's depth and resolutions is made first (-2 when that fails or the depth has no
-   creator) - before the depth and method are checked, so a 1- or 32-bit pair leaves a new,
+   image's depth and resolutions is made first (-2 when that fails, the depth has no creator
+   or either side of that size lies outside -65535..65535) - before the depth and method are checked, so a 1- or 32-bit pair leaves a new,
    unfilled record in `out` for the caller to release. Returns 1 on success (also for a region
    without pixels), 0 when the reference region is wider or taller than the test region or
    `out` is smaller than the reference region or not of the pair's depth, -1 on misuse. */
@@ -457,8 +458,10 @@ QUILP_API int DibCompressBits(DibInfo*& result, DibInfo const* src, unsigned cha
  * size W x H; column c of the region is then written to bit c counted from the byte that holds
  * the rectangle's left edge (left / 8 * 8: the region is written shifted to that byte), bits
  * and rows beyond the image are not written. False, out untouched, for a null or non-1-bit
- * source, an amount outside -127..32, an empty region, a rectangle that does not fit out, or
- * no memory (out null: then out stays null). The library's intermediates are released.
+ * source, an amount outside -127..32, an empty region or one with a side beyond 65535, an
+ * `out` that is not 1-bit or that the rectangle does not fit, or no memory (out null: then out
+ * stays null). The library's intermediates are released. Cost: about 5 bytes of memory per
+ * region pixel, whatever the source's size (a 20000 x 20000 region takes 2 GB).
  */
 QUILP_API bool DibErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32* rect);
 

@@ -7,6 +7,7 @@
 #include <immintrin.h>
 
 #include "compare/differ.h"
+#include "simd/lane_sums.h"
 
 namespace quilp {
 namespace {
@@ -70,7 +71,7 @@ uint64_t SumRowT(uint8_t const* t, uint8_t const* e, std::ptrdiff_t bytes, Diffe
   for (; i + 32 <= bytes; i += 32, phase = NextPhase(phase))
     acc = _mm256_add_epi64(acc, _mm256_sad_epu8(Step<kAbsolute, kZero>(t + i, e + i, o, phase), z));
   __m128i const half = _mm_add_epi64(_mm256_castsi256_si128(acc), _mm256_extracti128_si256(acc, 1));
-  uint64_t const vec = uint64_t(_mm_cvtsi128_si64(half)) + uint64_t(_mm_extract_epi64(half, 1));
+  uint64_t const vec = simd::SumU64Lanes(half);
   return vec + DifferSumSse41(t, e, i, bytes, rule);  // the last 0..31 bytes
 }
 

@@ -8,6 +8,7 @@
 #include <immintrin.h>
 
 #include "compare/differ.h"
+#include "simd/lane_sums.h"
 
 namespace quilp {
 namespace {
@@ -63,7 +64,7 @@ uint64_t SumRange(uint8_t const* t, uint8_t const* e, std::ptrdiff_t begin, std:
   int phase = static_cast<int>(begin % 3);
   for (; i + 16 <= end; i += 16, phase = phase == 2 ? 0 : phase + 1)
     acc = _mm_add_epi64(acc, _mm_sad_epu8(Step<kAbsolute, kZero>(t + i, e + i, o, phase), z));
-  uint64_t const vec = uint64_t(_mm_cvtsi128_si64(acc)) + uint64_t(_mm_extract_epi64(acc, 1));
+  uint64_t const vec = simd::SumU64Lanes(acc);
   return vec + DifferSumBytes(t, e, i, end, rule);
 }
 

@@ -8,6 +8,7 @@
 
 #include "compare/statistics.h"
 #include "simd/bgr_shuffle.h"
+#include "simd/lane_sums.h"
 
 namespace quilp {
 namespace {
@@ -38,7 +39,7 @@ inline void AddProducts(__m256i x, __m256i y, Acc& a, Acc& b) {
 
 inline uint32_t Sum64(__m256i v) {
   __m128i const h = _mm_add_epi64(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
-  return static_cast<uint32_t>(uint64_t(_mm_cvtsi128_si64(h)) + uint64_t(_mm_extract_epi64(h, 1)));
+  return static_cast<uint32_t>(simd::SumU64Lanes(h));
 }
 inline uint32_t Sum32(__m256i v) {
   __m128i const h = _mm_add_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));

@@ -8,6 +8,7 @@
 
 #include "compare/statistics.h"
 #include "simd/bgr_shuffle.h"
+#include "simd/lane_sums.h"
 
 namespace quilp {
 namespace {
@@ -35,7 +36,7 @@ inline void AddProducts(__m128i x, __m128i y, Acc& a, Acc& b) {
 }
 
 inline uint32_t Sum64(__m128i v) {
-  return static_cast<uint32_t>(uint64_t(_mm_cvtsi128_si64(v)) + uint64_t(_mm_extract_epi64(v, 1)));
+  return static_cast<uint32_t>(simd::SumU64Lanes(v));
 }
 inline uint32_t Sum32(__m128i v) {
   return uint32_t(_mm_cvtsi128_si32(v)) + uint32_t(_mm_extract_epi32(v, 1)) +

@@ -20,6 +20,7 @@
 #include <new>
 #include <vector>
 
+#include "binarize/threshold.h"
 #include "record/create.h"
 #include "record/rect.h"
 #include "record/view.h"
@@ -27,6 +28,10 @@
 
 namespace quilp {
 namespace {
+
+// The largest side of a region: no page is wider, and the map of such a region already takes
+// about 4 bytes per region pixel (17 GB at this limit squared).
+constexpr int64_t kMaxRegionSide = 65535;
 
 // Places of the cells a neighbourhood decides, as bits of a table entry.
 enum Place : uint8_t { kCorner = 1, kRightEdge = 2, kLowerEdge = 4 };
@@ -254,11 +259,12 @@ bool DibDistanceErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32 c
   tagRect32 const whole = {0, 0, src->Width() - 1, src->Height() - 1};
   tagRect32 const& r = rect ? *rect : whole;
   int64_t const w64 = int64_t(r.right) - r.left + 1, h64 = int64_t(r.bottom) - r.top + 1;
-  if (w64 < 1 || h64 < 1 || w64 > (INT32_MAX - 1) / 2 || h64 > (INT32_MAX - 1) / 2) return false;
+  if (w64 < 1 || h64 < 1 || w64 > kMaxRegionSide || h64 > kMaxRegionSide) return false;
   int const w = int(w64), h = int(h64);
 
-  // An existing result must take the region under the exact-fit rule.
+  // An existing result must be 1-bit and take the region under the exact-fit rule.
   Area target;
+  if (out && out->BitsPerPixel() != 1) return false;
   if (out && !ExactFitRect(out, &r, target)) return false;
   if (out && (target.width != w || target.height != h)) return false;
 
@@ -269,8 +275,12 @@ bool DibDistanceErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32 c
 
   uint8_t const threshold = uint8_t(level);
   if (!out) {
-    out = DibBinarizeSimple(centres.get(), threshold, false, nullptr);
-    return out != nullptr;
+    DibHolder result(DibCreateForOverwrite(w, h, src->XPelsPerMeter(), src->YPelsPerMeter(), 1));
+    if (!result || !DibThresholdView(MakeView(result.get()), MakeView(centres.get()), threshold,
+                                     false))
+      return false;
+    out = result.release();
+    return true;
   }
   ThresholdInto(out, target, centres.get(), threshold);
   return true;

@@ -45,9 +45,10 @@ int CDibFlowControl::GetIntParam(int* out, char const* key, int defaultValue) {
     *out = defaultValue;
   } else {
     // atoi's reading: blanks, an optional sign, digits up to the first other character.
-    // strtol saturates where atoi is undefined; the low 32 bits are kept, as atoi does here.
-    long const v = std::strtol(it->second.c_str(), nullptr, 10);
-    *out = static_cast<int>(static_cast<uint32_t>(static_cast<unsigned long>(v)));
+    // strtoll saturates where atoi is undefined; the low 32 bits are kept, as atoi does here.
+    // long long is 64 bits on every host, so a 32-bit process reads the same value.
+    long long const v = std::strtoll(it->second.c_str(), nullptr, 10);
+    *out = static_cast<int>(static_cast<uint32_t>(static_cast<unsigned long long>(v)));
   }
   return status_;
 }

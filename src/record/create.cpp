@@ -15,6 +15,7 @@ namespace {
 
 constexpr uint32_t kHeaderSize = 40;
 constexpr uint64_t kMaxBlock = 0xFFFFFFFFull;  // biSizeImage is 32 bits
+constexpr int64_t kMaxRowBytes = INT32_MAX / 4;  // 512 MiB: no page has such a row
 
 int64_t StrideFor(int width, int bitCount) {
   return ((int64_t(width) * bitCount + 31) / 32) * 4;
@@ -23,11 +24,13 @@ int64_t StrideFor(int width, int bitCount) {
 DibInfo* Create(int width, int height, int xPels, int yPels, int bitCount, bool zeroPixels = true) {
   if (width < 0) return nullptr;
   int64_t const stride = StrideFor(width, bitCount);
+  // ByteWidth() is an int and the slack holds a row: a row must fit both, even with no rows.
+  if (stride > kMaxRowBytes) return nullptr;
   int64_t const rows = height < 0 ? -int64_t(height) : int64_t(height);
   int const colours = bitCount == 1 ? 2 : bitCount == 8 ? 256 : 0;
   uint64_t const pixels = uint64_t(stride) * uint64_t(rows);
   uint64_t const total = kHeaderSize + 4u * colours + pixels;
-  if (total > kMaxBlock) return nullptr;
+  if (total > kMaxBlock) return nullptr;  // the block layer refuses what the host cannot hold
 
   std::size_t const slack = static_cast<std::size_t>(stride) + block::kSlackMin;
   block::Handle const h =

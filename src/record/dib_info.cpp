@@ -14,7 +14,11 @@ int DibInfo::NumColors() const {
   return biBitCount < 9 ? 1 << biBitCount : 0;
 }
 
-int DibInfo::PaletteSize() const { return 4 * NumColors(); }
+int DibInfo::PaletteSize() const {
+  // A host may set biClrUsed to anything; the product saturates instead of overflowing.
+  int64_t const bytes = 4 * int64_t(NumColors());
+  return bytes > INT32_MAX ? INT32_MAX : bytes < 0 ? 0 : static_cast<int>(bytes);
+}
 
 int DibInfo::ByteWidth() const {
   int64_t const bits = int64_t(biBitCount) * biPlanes * biWidth;

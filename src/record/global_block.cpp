@@ -1,6 +1,7 @@
 // global_block.cpp - registry of live blocks and the large-block recycling cache.
 #include "record/global_block.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -15,6 +16,12 @@ constexpr std::size_t kAlign = 64;
 constexpr std::size_t kRecycleMin = std::size_t{1} << 20;   // blocks this large are kept
 constexpr std::size_t kCacheBudget = std::size_t{256} << 20; // at most this much kept
 constexpr std::size_t kCacheSlots = 8;
+
+// The largest block: every byte offset inside it must fit a ptrdiff_t, which on a 32-bit host
+// is 2 GiB; on 64-bit hosts a terabyte is more than any page needs.
+constexpr uint64_t kLimit64 = uint64_t{1} << 40;
+constexpr std::size_t kMaxCapacity =
+    uint64_t(PTRDIFF_MAX) < kLimit64 ? std::size_t(PTRDIFF_MAX) : std::size_t(kLimit64);
 
 std::size_t RoundUp(std::size_t n) { return (n + kAlign - 1) & ~(kAlign - 1); }
 
@@ -83,8 +90,10 @@ void GiveBack(Registry& r, unsigned char* raw, std::size_t capacity) {
 }  // namespace
 
 Handle Alloc(unsigned flags, std::size_t bytes, std::size_t slack) {
+  // Checked before any rounding, so neither the rounding nor the sum can wrap.
+  if (slack > kMaxCapacity / 4 || bytes > kMaxCapacity / 2) return 0;
   slack = RoundUp(slack < kSlackMin ? kSlackMin : slack);
-  if (bytes > (std::size_t{1} << 40) || slack > (std::size_t{1} << 36)) return 0;
+  if (RoundUp(bytes) > kMaxCapacity - 2 * slack) return 0;
   std::size_t const capacity = slack + RoundUp(bytes) + slack;
   Registry& r = TheRegistry();
   unsigned char* raw = nullptr;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -20,15 +21,23 @@ std::string Slurp(std::string const& path) {
 
 }  // namespace
 
-// ctest runs tests in parallel processes: each process works in a folder of its own.
-std::string const& WorkDir() {
-  static std::string const dir = [] {
+// ctest runs tests in parallel processes: each process works in a folder of its own, and
+// removes it when it exits.
+struct Folder {
+  std::string path;
+  Folder() : path(std::string(QUILP_CLI_WORK) + "/p" + std::to_string(getpid())) {
     mkdir(QUILP_CLI_WORK, 0777);
-    std::string d = std::string(QUILP_CLI_WORK) + "/p" + std::to_string(getpid());
-    mkdir(d.c_str(), 0777);
-    return d;
-  }();
-  return dir;
+    mkdir(path.c_str(), 0777);
+  }
+  ~Folder() {
+    std::error_code ec;
+    std::filesystem::remove_all(path, ec);
+  }
+};
+
+std::string const& WorkDir() {
+  static Folder const folder;
+  return folder.path;
 }
 
 std::string WorkPath(std::string const& name) { return WorkDir() + "/" + name; }

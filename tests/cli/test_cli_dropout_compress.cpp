@@ -126,7 +126,7 @@ TEST(CliDropoutCompress, BadInputGivesOneLine) {
       {"dropout row.bmp o.bmp --keep FFFFFF --drop FF0000", "white"},
       {"dropout row.bmp o.bmp --drop FF0000,", "empty colour"},
       {"dropout row.bmp o.bmp --drop red", "bad colour"},
-      {"dropout row.bmp o.bmp --drop FF0000 --rect 0,0,9,0", "outside"},
+      {"dropout row.bmp o.bmp --drop FF0000 --rect 0,0,9,0", "must lie inside"},
       {"dropout text.bmp o.bmp --drop FF0000", "24-bit"},
       {"compress row.bmp o.bmp --chroma 300", "0..255"},
       {"compress row.bmp o.bmp --share lots", "bad number"},

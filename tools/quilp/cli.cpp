@@ -82,6 +82,15 @@ bool Args::GetRect(std::string const& name, tagRect32& rect) const {
   return true;
 }
 
+bool Args::GetRectInside(std::string const& name, tagRect32& rect, DibInfo const* image) const {
+  if (!GetRect(name, rect)) return false;
+  if (rect.left < 0 || rect.top < 0 || rect.right >= image->Width() || rect.bottom >= image->Height())
+    throw CliError("--" + name + " must lie inside the " + Describe(image) + " image (columns 0.." +
+                   std::to_string(image->Width() - 1) + ", rows 0.." +
+                   std::to_string(image->Height() - 1) + ")");
+  return true;
+}
+
 bool Args::GetPoint(std::string const& name, tagPoint32& point) const {
   if (!Has(name)) return false;
   std::vector<std::string> parts = SplitList(Get(name), ',');

@@ -41,6 +41,9 @@ class Args {
   double GetDouble(std::string const& name, double fallback) const;
   // --rect left,top,right,bottom; false when absent.
   bool GetRect(std::string const& name, tagRect32& rect) const;
+  // As GetRect, and the rectangle must lie inside the image: for the operations whose result
+  // has the rectangle's size, where the library tolerates one row and column beyond it.
+  bool GetRectInside(std::string const& name, tagRect32& rect, DibInfo const* image) const;
   // --point x,y; false when absent.
   bool GetPoint(std::string const& name, tagPoint32& point) const;
 
@@ -57,6 +60,8 @@ std::vector<std::string> SplitList(std::string const& text, char separator);
 
 // BMP files: 1, 8, 24 and 32 bits, uncompressed, bottom-up or top-down.
 Dib ReadBmp(std::string const& path);
+// The same from the file's bytes; `who` names the file in errors.
+Dib DecodeBmp(std::vector<unsigned char> const& bytes, std::string const& who);
 void WriteBmp(std::string const& path, DibInfo const* dib);
 
 struct Command {

@@ -18,7 +18,7 @@ int RunOtsu(Args const& args) {
   int const classes = args.GetInt("classes", 2);
   if (classes != 2 && classes != 3) throw CliError("--classes is 2 or 3");
   tagRect32 rect;
-  tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
+  tagRect32* r = args.GetRectInside("rect", rect, src.get()) ? &rect : nullptr;
   int levels[2] = {-1, -1};
   if (!DibGetOtsuLevels(levels, src.get(), classes, r))
     throw CliError("no levels (rectangle outside the image, or a colour area without a grey axis)");
@@ -47,7 +47,7 @@ int RunBinarize(Args const& args) {
   std::string const& out = args.Positional(1, "output file");
   NeedGreyOrColour(src.get());
   tagRect32 rect;
-  tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
+  tagRect32* r = args.GetRectInside("rect", rect, src.get()) ? &rect : nullptr;
   bool const invert = args.Has("invert");
   DibInfo* bw = nullptr;
   if (args.Has("threshold")) {

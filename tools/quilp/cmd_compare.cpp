@@ -90,13 +90,17 @@ int RunStats(Args const& args) {
   tagRect32 ra, rb;
   tagRect32* r1 = args.GetRect("rect", ra) ? &ra : nullptr;
   tagRect32* r2 = args.GetRect("rect2", rb) ? &rb : nullptr;
+  // The second image is checked before anything is printed, so a failure prints nothing else.
+  Dib b;
+  if (args.PositionalCount() > 1) {
+    b = ReadBmp(args.Positional(1, "second image"));
+    if (b->BitsPerPixel() != a->BitsPerPixel())
+      throw CliError("covariance needs two images of the same depth");
+  }
   double result[3];
   DibComputeVariance(a.get(), r1, result);
   PrintStatistic("variance", a.get(), result);
-  if (args.PositionalCount() > 1) {
-    Dib b = ReadBmp(args.Positional(1, "second image"));
-    if (b->BitsPerPixel() != a->BitsPerPixel())
-      throw CliError("covariance needs two images of the same depth");
+  if (b) {
     if (!DibComputeCovariance(a.get(), r1, b.get(), r2 ? r2 : r1, result))
       throw CliError("covariance needs rectangles of the same size inside both images");
     PrintStatistic("covariance", a.get(), result);

@@ -35,7 +35,7 @@ int RunDropout(Args const& args) {
   Colours const drop = ParseColours(args.Get("drop"), "drop");
   if (keep.empty() && drop.empty()) throw CliError("give colours with --drop (and --keep)");
   tagRect32 rect;
-  tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
+  tagRect32* r = args.GetRectInside("rect", rect, src.get()) ? &rect : nullptr;
   DibInfo* grey = nullptr;
   if (keep.empty() && drop.size() == 1) {  // one colour: the linear projection
     grey = DibSupressColor(src.get(), AsArray(drop), r);

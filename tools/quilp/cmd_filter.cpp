@@ -45,9 +45,12 @@ void OpArguments(std::string const& op, Args const& args, int& p1, int& p2, int&
   } else if (op == "gamma") {
     p3 = Fixed256(args.GetDouble("gamma", 1.0), "--gamma");
   } else if (op == "smooth") {
+    // Each value is checked under the name the user gave it.
+    char const* const hName = args.Has("hsigma") ? "--hsigma" : "--sigma";
+    char const* const vName = args.Has("vsigma") ? "--vsigma" : "--sigma";
     double const sigma = args.GetDouble("sigma", 1.0);
-    p1 = Fixed256(args.GetDouble("hsigma", sigma), "--hsigma");
-    p2 = Fixed256(args.GetDouble("vsigma", sigma), "--vsigma");
+    p1 = Fixed256(args.GetDouble("hsigma", sigma), hName);
+    p2 = Fixed256(args.GetDouble("vsigma", sigma), vName);
   } else if (op == "local") {
     p1 = p2 = args.GetInt("window", 31);
   } else if (op == "flatten") {

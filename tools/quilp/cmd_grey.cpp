@@ -15,7 +15,7 @@ int RunGrey(Args const& args) {
   if (hasColour) ParseColour(args.Get("colour"), colour);
   unsigned char const (*ref)[3] = hasColour ? &colour : nullptr;
   tagRect32 rect;
-  tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
+  tagRect32* r = args.GetRectInside("rect", rect, src.get()) ? &rect : nullptr;
   std::string const mode = args.Get("mode", args.Has("weight") ? "x" : "plain");
   DibInfo* grey = nullptr;
   if (mode == "plain") grey = DibRGB2Grey(src.get(), ref, r);

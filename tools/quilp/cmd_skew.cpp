@@ -59,7 +59,8 @@ int RunHough(Args const& args) {
   // the block's size.
   tagRect32 rect;
   bool const hasRect = args.GetRect("rect", rect);
-  int const side = hasRect ? rect.right - rect.left + 1 : std::min(image->Width(), image->Height());
+  int64_t const side = hasRect ? int64_t(rect.right) - rect.left + 1
+                                : std::min(image->Width(), image->Height());
   int fit = 0;
   while (fit < 14 && (int64_t(2) << fit) <= side) ++fit;
   int const log = args.GetInt("log", fit);

@@ -1,5 +1,7 @@
 // cmd_zone.cpp - "quilp copy" and "quilp convert": zone copy, placement and depth change, and
 // their demo step.
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -22,6 +24,26 @@ void CheckKeyedResult(int code, char const* what) {
   }
 }
 
+// A new image for a placed zone is origin plus zone in size. It may not exceed the source in
+// either direction (a zone put back where it was on a blank page always fits; a larger canvas
+// is given with --onto): a few pixels placed far out would otherwise ask for gigabytes.
+void CheckPlacement(DibInfo const* src, tagRect32 const* rect, tagPoint32 const& at, int depth) {
+  int64_t const w = src->Width(), h = src->Height();
+  tagRect32 const r = rect ? *rect : tagRect32{0, 0, int32_t(w - 1), int32_t(h - 1)};
+  int64_t const zoneW = std::min<int64_t>(r.right, w - 1) - std::max<int64_t>(r.left, 0) + 1;
+  int64_t const zoneH = std::min<int64_t>(r.bottom, h - 1) - std::max<int64_t>(r.top, 0) + 1;
+  if (zoneW <= 0 || zoneH <= 0) return;  // the library refuses the empty zone itself
+  int64_t const outW = std::max<int64_t>(at.x, 0) + zoneW, outH = std::max<int64_t>(at.y, 0) + zoneH;
+  std::string const size = std::to_string(outW) + " x " + std::to_string(outH);
+  int64_t const bytes = (outW * depth + 31) / 32 * 4 * outH;
+  if (bytes > int64_t{0xFFFFFFFF} - 1024)
+    throw CliError("the placed image would be " + size + " pixels at " + std::to_string(depth) +
+                   " bits, beyond the 4 GiB an image can hold");
+  if (outW > w || outH > h)
+    throw CliError("the placed image would be " + size + " pixels, larger than the " +
+                   Describe(src) + " source; give a larger canvas with --onto");
+}
+
 // The base image to place into (--onto), or none.
 Dib BaseImage(Args const& args) {
   return args.Has("onto") ? ReadBmp(args.Get("onto")) : Dib();
@@ -36,6 +58,7 @@ int RunCopy(Args const& args) {
   bool const placed = args.GetPoint("at", at);
   Dib base = BaseImage(args);  // keeps a given base image; the call never releases it
   DibInfo* dest = base.get();
+  if (placed && !dest) CheckPlacement(src.get(), r, at, src->BitsPerPixel());
   if (!placed && !dest) {
     if (!DibCopyZone(dest, src.get(), r)) throw CliError("the zone is outside the image");
   } else {
@@ -59,6 +82,8 @@ int RunConvert(Args const& args) {
   tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
   tagPoint32 at;
   tagPoint32* a = args.GetPoint("at", at) ? &at : nullptr;
+  if (a && (depth == 1 || depth == 8 || depth == 24 || depth == 32))
+    CheckPlacement(src.get(), r, at, depth);
   DibInfo* dest = nullptr;
   int const method = depth == 1 ? 2 : 0;  // 1-bit: black below the two-class Otsu threshold
   CheckKeyedResult(
