@@ -1,0 +1,28 @@
+// fuzz_filter.cpp - the grey filters by code, the reserved filter export, erosion/dilation.
+#include "fuzz_input.h"
+
+using namespace quilp_fuzz;
+
+extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
+  Input in(data, size);
+  Dib src = in.Image();
+  if (!src) return 0;
+  tagRect32 r;
+  char const* names[3];
+  char const* values[3];
+  int n = in.Keys(names, values);
+  Dib base = in.Flag() ? in.Image(in.Flag() ? 8 : src->BitsPerPixel()) : Dib();
+  DibInfo* out = base.get();
+  int const code = DibFilterGreyEx(out, src.get(), in.Int(250, 270), in.Int(-1, 600),
+                                   in.Int(-1, 600), in.Int(-1, 600), n, names, values,
+                                   in.Rect(src.get(), r));
+  if (code >= 0) Drop(out, base.get());
+  out = nullptr;
+  n = in.Keys(names, values);
+  DibFilterEx(out, src.get(), in.Int(0, 300), 1, 1, 1, n, names, values, nullptr);
+  Drop(out);
+  Dib target = in.Flag() ? in.Image() : Dib();
+  out = target.get();
+  if (DibErodeDilate(out, src.get(), in.Int(-130, 34), in.Rect(src.get(), r))) Drop(out, target.get());
+  return 0;
+}
