@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing need, from Debian's packages, when it is missing.
 # Pass "bench" to add the peers the benchmarks and quality tables compare against
-# (OpenCV with its contrib modules, Leptonica, scikit-image, unpaper).
+# (OpenCV with its contrib modules, Leptonica, scikit-image, unpaper); "fuzz" adds clang.
 set -euo pipefail
 want=(cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev
       # the tool's image files
@@ -11,6 +11,9 @@ want=(cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev
       # generated test pages: real glyphs from Debian's fonts, OCR for the quality checks
       python3 python3-numpy python3-pil fonts-dejavu-core fonts-liberation2 fonts-freefont-ttf
       tesseract-ocr tesseract-ocr-eng)
+if [ "${1:-}" = fuzz ]; then  # the fuzz targets: clang with libFuzzer and the sanitizers
+  want+=(clang libclang-rt-14-dev)
+fi
 if [ "${1:-}" = bench ]; then
   want+=(libopencv-dev libopencv-contrib-dev libleptonica-dev python3-skimage unpaper)
 fi

@@ -200,6 +200,11 @@ TEST(Differ, FittingRulesAndEmptyRegions) {
   g = target.get();
   EXPECT_EQ(DibDiffer(g, t.get(), e.get(), nullptr, &outside, MakeSetup(0)), 1);
   EXPECT_EQ(DibDiffer(t.get(), e.get(), nullptr, &outside, MakeSetup(0)), 0);
+  // An inverted rectangle far out does not make a record of its size.
+  tagRect32 inverted{0, 100, 0, -700000000};
+  DibInfo* none = nullptr;
+  EXPECT_EQ(DibDiffer(none, t.get(), e.get(), nullptr, &inverted, MakeSetup(0)), -2);
+  EXPECT_EQ(none, nullptr);
 }
 
 TEST(Differ, StopLimit) {

@@ -168,6 +168,11 @@ TEST(ErodeDilate, RefusalsLeaveTheResultAlone) {
     out = small.get();
     EXPECT_FALSE(DibErodeDilate(out, src.get(), 1, nullptr));  // 20 x 10 does not fit
     EXPECT_EQ(out, small.get());
+    out = grey.get();  // fits, but a target of another depth is refused
+    EXPECT_FALSE(DibErodeDilate(out, src.get(), 1, nullptr));
+    tagRect32 huge{0, 0, 65535, 0};  // a side no page has
+    out = nullptr;
+    EXPECT_FALSE(DibErodeDilate(out, src.get(), 1, &huge));
     out = nullptr;
     EXPECT_TRUE(DibErodeDilate(out, src.get(), 32, nullptr));  // T = 255 accepted
     EXPECT_TRUE(DibFree(out));

@@ -47,6 +47,12 @@ TEST(Record, UnsupportedDepthsAndBadSizesGiveNull) {
   EXPECT_EQ(DibCreate(4, 4, 0, 0, 16), nullptr);
   EXPECT_EQ(DibCreate(-1, 4, 0, 0, 8), nullptr);
   EXPECT_EQ(DibCreate(70000, 70000, 0, 0, 32), nullptr);  // beyond 4 GiB
+  EXPECT_EQ(DibCreate(INT32_MAX, 0, 0, 0, 8), nullptr);    // a row ByteWidth() cannot hold
+  if (sizeof(void*) == 4) EXPECT_EQ(DibCreate(65535, 65535, 0, 0, 8), nullptr);  // beyond 2 GiB
+  // A host's header may claim any palette: the size saturates instead of overflowing.
+  DibInfo header;
+  header.biClrUsed = 1u << 29;
+  EXPECT_EQ(header.PaletteSize(), INT32_MAX);
   DibPtr model(DibCreate(4, 4, 0, 0, 24));
   EXPECT_EQ(DibCreate(model.get(), 16), nullptr);
   EXPECT_EQ(DibCreate(nullptr, 8), nullptr);
@@ -187,4 +193,8 @@ TEST(BlockLayer, FlagsLocksAndStaleHandles) {
   Handle const again = Alloc(kZeroInit, 100);
   EXPECT_NE(again, h);  // handles are never reused
   EXPECT_TRUE(Free(again));
+  // Sizes whose rounding or slack would wrap the word are refused on either word size.
+  EXPECT_EQ(Alloc(0, SIZE_MAX - 8), 0u);
+  EXPECT_EQ(Alloc(0, 16, SIZE_MAX - 8), 0u);
+  EXPECT_EQ(Alloc(0, SIZE_MAX / 2, SIZE_MAX / 4), 0u);
 }
