@@ -18,7 +18,9 @@ TEST(Dispatch, ProbeFindsWhatTheCompilerSeesAndTheForcedTierRuns) {
                                   ? simd::Tier::kAvx2
                               : __builtin_cpu_supports("sse4.1") ? simd::Tier::kSse41
                                                                  : simd::Tier::kScalar;
-  if (!std::getenv("QUILP_SIMD")) EXPECT_GE(int(simd::DetectedTier()), int(expected));
+  if (!std::getenv("QUILP_SIMD")) {
+    EXPECT_GE(int(simd::DetectedTier()), int(expected));
+  }
 #endif
   {
     ScopedTier scalar(simd::Tier::kScalar);

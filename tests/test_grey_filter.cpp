@@ -308,6 +308,77 @@ TEST(GreyFilter, ResolutionReduction) {
   }
 }
 
+// 256 and 266 against their definitions. Automatic levels clip at the levels of the
+// (N/200 + 1)-th darkest and lightest pixels (found by sorting); local contrast takes the
+// window's extremes by brute force, even sizes one smaller, 0 as one pixel.
+TEST(GreyFilter, AutomaticLevelsAndLocalContrastFollowTheirDefinitions) {
+  int const w = 37, h = 29;  // 1073 pixels: 5 clipped at either end
+  DibPtr src = RandomDib(w, h, 8, true, 21);
+  std::vector<int> sorted;
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      int const i = y * w + x;
+      // Exactly the clipped count of dark pixels, one more than that of light ones.
+      uint8_t& v = Px(src.get(), x, y);
+      v = uint8_t(i < 5 ? 3 : i < 11 ? 250 : 80 + v % 90);
+      sorted.push_back(v);
+    }
+  std::sort(sorted.begin(), sorted.end());
+  int const lo = sorted[5], hi = sorted[sorted.size() - 6];
+  ASSERT_TRUE(lo >= 80 && hi == 250);
+  DibPtr levels = Apply(src.get(), 256, 0, 0, 0);
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) {
+      int const v = Px(src.get(), x, y);
+      int const want = v <= lo ? 0 : v >= hi ? 255 : ((v - lo) * 255 + (hi - lo) / 2) / (hi - lo);
+      ASSERT_EQ(Px(levels.get(), x, y), want) << x << "," << y;
+    }
+  DibPtr page = ShadedTextPage(41, 33, 0.5, 6, 4);
+  struct Case { int hw, vw, noise; } const cases[] = {
+      {0, 0, 0}, {1, 1, 0}, {3, 3, 0}, {4, 2, 5}, {5, 3, 0}, {9, 1, 40}};
+  for (Case const c : cases) {
+    SCOPED_TRACE(testing::Message() << c.hw << " x " << c.vw << " noise " << c.noise);
+    int const rx = c.hw > 0 ? (c.hw - 1) / 2 : 0, ry = c.vw > 0 ? (c.vw - 1) / 2 : 0;
+    int const n = c.noise > 0 ? c.noise : 24;
+    DibPtr out = Apply(page.get(), 266, c.hw, c.vw, c.noise);
+    for (int y = 0; y < 33; ++y)
+      for (int x = 0; x < 41; ++x) {
+        int wlo = 255, whi = 0;
+        for (int v = std::max(0, y - ry); v <= std::min(32, y + ry); ++v)
+          for (int u = std::max(0, x - rx); u <= std::min(40, x + rx); ++u) {
+            wlo = std::min<int>(wlo, Px(page.get(), u, v));
+            whi = std::max<int>(whi, Px(page.get(), u, v));
+          }
+        double const dark = std::max(whi - Px(page.get(), x, y) - n, 0) * 255.0 /
+                            std::max(whi - wlo - n, 32);
+        ASSERT_EQ(Px(out.get(), x, y), 255 - std::min(255, int(std::floor(dark + 0.5))))
+            << x << "," << y;
+      }
+  }
+}
+
+// Every operation into a caller's target larger than the area, filled with a sentinel:
+// nothing outside the area's pixels is written, on both row orders.
+TEST(GreyFilter, WritesOnlyTheAreaOfACallersTarget) {
+  DibPtr src = RandomDib(13, 9, 8, false, 5);
+  struct Op { int oper, p1, p2, p3; } const ops[] = {
+      {256, 0, 0, 0}, {257, 1, 0, 0},   {258, 0, 3, 3},     {260, 0, 3, 5}, {263, 300, 10, 0},
+      {264, 0, 0, 300}, {265, 512, 512, 0}, {266, 5, 5, 0}, {268, 0, 0, 0}};
+  for (Op const op : ops)
+    for (bool topDown : {false, true}) {
+      int const oper = op.oper;
+      DibPtr target(DibCreate(16, topDown ? -12 : 12, 0, 0, 8));
+      std::memset(target->BitsPtr(), 0xA5, target->biSizeImage);
+      DibInfo* t = target.get();
+      ASSERT_EQ(Filter(t, src.get(), oper, op.p1, op.p2, op.p3), 0) << oper;
+      for (int y = 0; y < 12; ++y)
+        for (int x = 0; x < 16; ++x)
+          if (x >= 13 || y >= 9) {
+            ASSERT_EQ(Px(t, x, y), 0xA5) << oper << " at " << x << "," << y;
+          }
+    }
+}
+
 // 266 and 267 on a page whose paper darkens toward a corner: the paper comes out even and
 // white, the text stays dark.
 TEST(GreyFilter, LocalContrastAndFlatteningEvenOutThePaper) {

@@ -192,6 +192,13 @@ TEST(HoughPeak, ParabolaThroughTheScoresAroundTheBestRow) {
   ASSERT_TRUE(DibFindHoughPeak(sharp.get(), 5, 1, position, value));
   EXPECT_EQ(position, 7 * 256);
   EXPECT_EQ(value, 8 * 100 * 100 / 9);
+  // A row whose only ink is in column 0 counts under both measures.
+  DibPtr edge(DibCreate(9, 15, 0, 0, 8));
+  Px(edge.get(), 0, 4) = 100;
+  for (int measure : {0, 1}) {
+    ASSERT_TRUE(DibFindHoughPeak(edge.get(), 5, measure, position, value));
+    EXPECT_EQ(position, 4 * 256) << measure;
+  }
   // Refusals leave the outputs alone.
   position = value = -7;
   DibPtr colour = RandomDib(4, 4, 24, false, 1);

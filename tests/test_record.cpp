@@ -48,7 +48,9 @@ TEST(Record, UnsupportedDepthsAndBadSizesGiveNull) {
   EXPECT_EQ(DibCreate(-1, 4, 0, 0, 8), nullptr);
   EXPECT_EQ(DibCreate(70000, 70000, 0, 0, 32), nullptr);  // beyond 4 GiB
   EXPECT_EQ(DibCreate(INT32_MAX, 0, 0, 0, 8), nullptr);    // a row ByteWidth() cannot hold
-  if (sizeof(void*) == 4) EXPECT_EQ(DibCreate(65535, 65535, 0, 0, 8), nullptr);  // beyond 2 GiB
+  if (sizeof(void*) == 4) {  // beyond the 2 GiB a 32-bit process can address in one block
+    EXPECT_EQ(DibCreate(65535, 65535, 0, 0, 8), nullptr);
+  }
   // A host's header may claim any palette: the size saturates instead of overflowing.
   DibInfo header;
   header.biClrUsed = 1u << 29;

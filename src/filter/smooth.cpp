@@ -98,8 +98,9 @@ bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int
   lo.data = buf.get();
   DibPlane hi = lo;
   hi.data = buf.get() + n;
-  if (!MorphRect(lo, src, hWindow / 2, vWindow / 2, MorphOp::kErode) ||
-      !MorphRect(hi, src, hWindow / 2, vWindow / 2, MorphOp::kDilate))
+  // Even sizes are taken one smaller, so a window is always centred; 0 is one pixel.
+  int const rx = hWindow > 0 ? (hWindow - 1) / 2 : 0, ry = vWindow > 0 ? (vWindow - 1) / 2 : 0;
+  if (!MorphRect(lo, src, rx, ry, MorphOp::kErode) || !MorphRect(hi, src, rx, ry, MorphOp::kDilate))
     return false;
   for (int y = 0; y < h; ++y) {
     uint8_t const* s = src.Row(y);

@@ -136,11 +136,16 @@ TEST(Cli, ReadsBitFieldPixels) {
   EXPECT_EQ(bytes.substr(54, 6), "\x11\x22\x33\xA0\xB0\xC0");
 }
 
-TEST(Cli, DemoWritesItsFolder) {
+// One demo run: every step reports what it wrote and what it found.
+TEST(Cli, DemoWritesEveryStep) {
   Outcome r = Quilp("demo demo-out");
   ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_NE(r.out.find("demo-out/page.bmp"), std::string::npos);
-  EXPECT_NE(r.out.find("demo-out/grey-auto.bmp"), std::string::npos);
-  Outcome info = Quilp("info demo-out/grey-auto.bmp");
-  EXPECT_EQ(info.status, 0) << info.err;
+  for (char const* says :
+       {"demo-out/page.bmp", "demo-out/grey-auto.bmp", "demo-out/binarized-otsu.bmp",
+        "otsu threshold of the page", "zone-copy.bmp", "zone-32bit.bmp", "difference.bmp",
+        "sum of differences", "variance of a text zone", "page record is canonical",
+        "demo-out/dropout-stamp.bmp", "demo-out/compress-page.bmp (1654 x 2339, 24 bits)",
+        "kept 24 bits"})
+    EXPECT_NE(r.out.find(says), std::string::npos) << says;
+  EXPECT_NE(Quilp("info demo-out/binarized-otsu.bmp").out.find("1 bits per pixel"), std::string::npos);
 }

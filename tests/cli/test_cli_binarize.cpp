@@ -88,12 +88,3 @@ TEST(CliBinarize, BadOptionsGiveOneLine) {
   ExpectRefusal("binarize " + p.grey + out + " --rect 40,0,50,5", "must lie inside");
   ExpectRefusal("binarize " + p.grey, "missing output");
 }
-
-TEST(CliBinarize, DemoBinarizesItsPage) {
-  std::string const folder = Out("demo-binarize");
-  Outcome r = Quilp("demo " + folder);
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_TRUE(Says(r, "otsu threshold of the page")) << r.out;
-  EXPECT_TRUE(Says(r, folder + "/binarized-otsu.bmp")) << r.out;
-  EXPECT_TRUE(Says(Quilp("info " + folder + "/binarized-otsu.bmp"), "1 bits per pixel"));
-}

@@ -136,11 +136,3 @@ TEST(CliDropoutCompress, BadInputGivesOneLine) {
   Quilp("compress stamped.bmp text.bmp --rect 80,130,379,279");  // a 1-bit file for the cases
   for (Case const& c : cases) ExpectRefusal(c.args, c.says);
 }
-
-TEST(CliDropoutCompress, DemoDropsTheStampAndDecidesDepths) {
-  Outcome r = Quilp("demo demo-colour");
-  ASSERT_EQ(r.status, 0) << r.err;
-  EXPECT_NE(r.out.find("demo-colour/dropout-stamp.bmp"), std::string::npos);
-  EXPECT_NE(r.out.find("demo-colour/compress-page.bmp (1654 x 2339, 24 bits)"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("kept 24 bits"), std::string::npos);
-}

@@ -125,13 +125,3 @@ TEST(CliZone, BadInputGivesOneLine) {
   };
   for (Case const& c : cases) ExpectRefusal(c.args, c.says);
 }
-
-TEST(CliZone, DemoShowsCopyConversionAndComparison) {
-  Outcome r = Quilp("demo " + Out("demo"));
-  ASSERT_EQ(r.status, 0) << r.err;
-  for (char const* file : {"zone-copy.bmp", "zone-32bit.bmp", "zone-grey-as-colour.bmp", "difference.bmp"})
-    EXPECT_TRUE(Says(r, file)) << file;
-  EXPECT_TRUE(Says(r, "sum of differences"));
-  EXPECT_TRUE(Says(r, "variance of a text zone"));
-  EXPECT_TRUE(Says(r, "page record is canonical"));
-}
