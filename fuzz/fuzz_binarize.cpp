@@ -4,25 +4,23 @@
 using namespace quilp_fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
-  Input in(data, size);
-  Dib src = in.Image();
-  if (!src) return 0;
-  tagRect32 r;
-  tagPoint32 p;
-  int levels[2];
-  DibGetOtsuLevels(levels, src.get(), in.Int(0, 4), in.Rect(src.get(), r));
-  Dib(DibBinarizeSimple(src.get(), in.Int(-1, 257), in.Flag(), in.Rect(src.get(), r)));
-  int const classes = in.Int(0, 4), from = in.Int(-1, 3), to = in.Int(-1, 3);
-  Dib(DibBinarizeOtsu(src.get(), classes, from, to, in.Flag(), in.Rect(src.get(), r)));
-  Dib(DibBinarizeOtsuR(src.get(), classes, from, to, in.Flag(), in.Rect(src.get(), r)));
-  char const* names[3];
-  char const* values[3];
-  int const n = in.Keys(names, values);
-  Dib base = in.Flag() ? in.Image(1) : Dib();
-  DibInfo* out = base.get();
-  int const code = DibBinarizeEx(out, src.get(), in.Int(-1, 5), in.Int(-1, 300),
-                                 in.Int(-1, 0x40000), n, names, values, in.Rect(src.get(), r),
-                                 in.Point(p));
-  if (code >= 0) Drop(out, base.get());
-  return 0;
+  return OnImage(data, size, [](Input& in, DibInfo* source) {
+    tagRect32 r;
+    tagPoint32 p;
+    int levels[2];
+    DibGetOtsuLevels(levels, source, in.Int(0, 4), in.Rect(source, r));
+    Dib(DibBinarizeSimple(source, in.Int(-1, 257), in.Flag(), in.Rect(source, r)));
+    int const classes = in.Int(0, 4), from = in.Int(-1, 3), to = in.Int(-1, 3);
+    Dib(DibBinarizeOtsu(source, classes, from, to, in.Flag(), in.Rect(source, r)));
+    Dib(DibBinarizeOtsuR(source, classes, from, to, in.Flag(), in.Rect(source, r)));
+    char const* names[3];
+    char const* values[3];
+    int const n = in.Keys(names, values);
+    Dib base = in.Flag() ? in.Image(1) : Dib();
+    DibInfo* out = base.get();
+    int const code = DibBinarizeEx(out, source, in.Int(-1, 5), in.Int(-1, 300),
+                                   in.Int(-1, 0x40000), n, names, values, in.Rect(source, r),
+                                   in.Point(p));
+    if (code >= 0) Drop(out, base.get());
+  });
 }

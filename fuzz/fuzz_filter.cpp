@@ -4,25 +4,23 @@
 using namespace quilp_fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
-  Input in(data, size);
-  Dib src = in.Image();
-  if (!src) return 0;
-  tagRect32 r;
-  char const* names[3];
-  char const* values[3];
-  int n = in.Keys(names, values);
-  Dib base = in.Flag() ? in.Image(in.Flag() ? 8 : src->BitsPerPixel()) : Dib();
-  DibInfo* out = base.get();
-  int const code = DibFilterGreyEx(out, src.get(), in.Int(250, 270), in.Int(-1, 600),
-                                   in.Int(-1, 600), in.Int(-1, 600), n, names, values,
-                                   in.Rect(src.get(), r));
-  if (code >= 0) Drop(out, base.get());
-  out = nullptr;
-  n = in.Keys(names, values);
-  DibFilterEx(out, src.get(), in.Int(0, 300), 1, 1, 1, n, names, values, nullptr);
-  Drop(out);
-  Dib target = in.Flag() ? in.Image() : Dib();
-  out = target.get();
-  if (DibErodeDilate(out, src.get(), in.Int(-130, 34), in.Rect(src.get(), r))) Drop(out, target.get());
-  return 0;
+  return OnImage(data, size, [](Input& in, DibInfo* source) {
+    tagRect32 r;
+    char const* names[3];
+    char const* values[3];
+    int n = in.Keys(names, values);
+    Dib base = in.Flag() ? in.Image(in.Flag() ? 8 : source->BitsPerPixel()) : Dib();
+    DibInfo* out = base.get();
+    int const code = DibFilterGreyEx(out, source, in.Int(250, 270), in.Int(-1, 600),
+                                     in.Int(-1, 600), in.Int(-1, 600), n, names, values,
+                                     in.Rect(source, r));
+    if (code >= 0) Drop(out, base.get());
+    out = nullptr;
+    n = in.Keys(names, values);
+    DibFilterEx(out, source, in.Int(0, 300), 1, 1, 1, n, names, values, nullptr);
+    Drop(out);
+    Dib target = in.Flag() ? in.Image() : Dib();
+    out = target.get();
+    if (DibErodeDilate(out, source, in.Int(-130, 34), in.Rect(source, r))) Drop(out, target.get());
+  });
 }

@@ -82,6 +82,16 @@ class Input {
   std::size_t pos_ = 0;
 };
 
+// The body of a family target: decodes a source image (of a decoded depth, or of the depth
+// `pick` returns) and runs `body(in, src)` on it. Returns 0, as the fuzzer wants.
+template <class Body>
+int OnImage(uint8_t const* data, std::size_t size, Body body, int (*pick)(Input&) = nullptr) {
+  Input in(data, size);
+  Dib src = in.Image(pick ? pick(in) : in.Depth());
+  if (src) body(in, src.get());
+  return 0;
+}
+
 // Releases whatever a call left in `out` (a record made by the library), keeping `keep`.
 inline void Drop(DibInfo*& out, DibInfo const* keep = nullptr) {
   if (out && out != keep) DibFree(out);

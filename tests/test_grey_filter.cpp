@@ -343,12 +343,9 @@ TEST(GreyFilter, AutomaticLevelsAndLocalContrastFollowTheirDefinitions) {
     DibPtr out = Apply(page.get(), 266, c.hw, c.vw, c.noise);
     for (int y = 0; y < 33; ++y)
       for (int x = 0; x < 41; ++x) {
-        int wlo = 255, whi = 0;
-        for (int v = std::max(0, y - ry); v <= std::min(32, y + ry); ++v)
-          for (int u = std::max(0, x - rx); u <= std::min(40, x + rx); ++u) {
-            wlo = std::min<int>(wlo, Px(page.get(), u, v));
-            whi = std::max<int>(whi, Px(page.get(), u, v));
-          }
+        auto at = [&](int u, int v) { return int(Px(page.get(), u, v)); };
+        int const wlo = WindowExtreme(at, x, y, 41, 33, rx, ry, false);
+        int const whi = WindowExtreme(at, x, y, 41, 33, rx, ry, true);
         double const dark = std::max(whi - Px(page.get(), x, y) - n, 0) * 255.0 /
                             std::max(whi - wlo - n, 32);
         ASSERT_EQ(Px(out.get(), x, y), 255 - std::min(255, int(std::floor(dark + 0.5))))

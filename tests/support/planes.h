@@ -3,27 +3,17 @@
 
 #include <cstdint>
 
-#include "params/plane.h"
-#include "quilp32.h"
-#include "record/rect.h"
-#include "record/view.h"
+#include "params/flow_control.h"
 
 namespace testing_support {
 
-// The plane of an area of a record, as the keyed-parameter frame describes it.
+// The plane of an area of a record (the whole record when no area is given), as the
+// keyed-parameter frame describes it.
 inline quilp::DibPlane PlaneOf(DibInfo const* dib, quilp::Area const& area) {
-  quilp::DibView const v = quilp::MakeView(dib, area);
-  quilp::DibPlane p;
-  p.width = area.width;
-  p.height = area.height;
-  p.stride = v.step;
-  p.bitOffset = dib->BitsPerPixel() == 1 ? area.left % 8 : 0;
-  p.format = quilp::FormatForDepth(dib->BitsPerPixel());
-  p.data = v.top;
-  return p;
+  return quilp::MakePlane(dib, area);
 }
 inline quilp::DibPlane PlaneOf(DibInfo const* dib) {
-  return PlaneOf(dib, quilp::Area{0, 0, dib->Width(), dib->Height()});
+  return quilp::MakePlane(dib, quilp::Area{0, 0, dib->Width(), dib->Height()});
 }
 
 // Brute force: the extreme of get(x', y') over the window of half sizes h, v around (x, y),
