@@ -2,13 +2,15 @@
 #include <benchmark/benchmark.h>
 
 #include "quilp32.h"
+#include "support/pages.h"
 
 namespace {
 
 void BM_CreateFreeA4(benchmark::State& state) {
   int const depth = static_cast<int>(state.range(0));
+  bench_support::Versus(state, "");
   for (auto _ : state) {
-    DibInfo* dib = DibCreate(2480, 3508, 11811, 11811, depth);
+    DibInfo* dib = DibCreate(2480, bench_support::OrderedHeight(3508), 11811, 11811, depth);
     benchmark::DoNotOptimize(dib);
     DibFree(dib);
   }
