@@ -77,7 +77,7 @@ GreyKernels const& GreyKernelsScalar() {
 
 GreyKernels const& GreyKernelsActive() {
   return simd::Pick(GreyKernelsScalar(), QUILP_VECTOR_TABLE(GreyKernelsSse41()),
-                    QUILP_VECTOR_TABLE(GreyKernelsAvx2()));
+                    QUILP_VECTOR_TABLE(GreyKernelsAvx2()), QUILP_VECTOR_TABLE(GreyKernelsAvx512()));
 }
 
 bool MakeGreyTransform(double const d[3], bool blackWhiteOnly, int colourWeight,

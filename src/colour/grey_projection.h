@@ -33,6 +33,7 @@ struct GreyKernels {
 GreyKernels const& GreyKernelsScalar();
 GreyKernels const& GreyKernelsSse41();
 GreyKernels const& GreyKernelsAvx2();
+GreyKernels const& GreyKernelsAvx512();
 GreyKernels const& GreyKernelsActive();
 
 // Direction and range: builds the transform from a direction vector (step 2 to 5 of the
