@@ -17,9 +17,9 @@ namespace {
 
 // Runs `body` under the vector tier given as the benchmark's argument.
 template <class Body>
-void OnTier(benchmark::State& state, Body body) {
+void OnTier(benchmark::State& state, Body body, char const* peer = "BM_OpenCV_ThresholdOtsu") {
   Tier const previous = quilp::simd::ForceTier(static_cast<Tier>(state.range(0)));
-  state.SetLabel(quilp::simd::TierName(quilp::simd::ActiveTier()));
+  Versus(state, peer);
   for (auto _ : state) body();
   quilp::simd::ForceTier(previous);
 }
@@ -45,7 +45,7 @@ void BM_BinarizeSimple_Grey(benchmark::State& state) {
     DibInfo* bw = DibBinarizeSimple(GreyPage(), 160, false, nullptr);
     benchmark::DoNotOptimize(bw);
     DibFree(bw);
-  });
+  }, "BM_OpenCV_Threshold");
 }
 
 void BM_GetOtsuLevels_Grey(benchmark::State& state) {
@@ -58,10 +58,10 @@ void BM_GetOtsuLevels_Grey(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(BM_BinarizeOtsu_Grey)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_BinarizeOtsu_Colour)->Arg(0)->Arg(2)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_BinarizeSimple_Grey)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_GetOtsuLevels_Grey)->Args({0, 2})->Args({2, 2})->Args({2, 3})
+BENCHMARK(BM_BinarizeOtsu_Grey)->Arg(0)->Arg(1)->Arg(2)->Arg(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BinarizeOtsu_Colour)->Arg(0)->Arg(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BinarizeSimple_Grey)->Arg(0)->Arg(1)->Arg(2)->Arg(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_GetOtsuLevels_Grey)->Args({0, 2})->Args({3, 2})->Args({3, 3})
     ->Unit(benchmark::kMillisecond);
 
 #if defined(QUILP_HAVE_OPENCV)
@@ -76,6 +76,16 @@ void BM_OpenCV_ThresholdOtsu(benchmark::State& state) {
     benchmark::DoNotOptimize(bw.data);
   }
 }
+void BM_OpenCV_Threshold(benchmark::State& state) {
+  cv::setNumThreads(1);
+  cv::Mat src = AsMat(GreyPage());
+  cv::Mat bw;
+  for (auto _ : state) {
+    cv::threshold(src, bw, 160, 255, cv::THRESH_BINARY);
+    benchmark::DoNotOptimize(bw.data);
+  }
+}
 }  // namespace
 BENCHMARK(BM_OpenCV_ThresholdOtsu)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_OpenCV_Threshold)->Unit(benchmark::kMillisecond);
 #endif

@@ -44,9 +44,9 @@ void Warm() {
 
 class TierScope {
  public:
-  explicit TierScope(benchmark::State& state)
+  TierScope(benchmark::State& state, char const* peer)
       : previous_(quilp::simd::ForceTier(static_cast<Tier>(state.range(0)))) {
-    state.SetLabel(quilp::simd::TierName(quilp::simd::ActiveTier()));
+    Versus(state, peer);
     Warm();
   }
   ~TierScope() { quilp::simd::ForceTier(previous_); }
@@ -58,17 +58,17 @@ class TierScope {
 SDibDifferSetup const kAbsolute = {-1, -1, 0, 0, 0, 0, 0};
 
 void BM_DifferSum_Grey(benchmark::State& state) {
-  TierScope tier(state);
+  TierScope tier(state, "BM_OpenCV_AbsdiffSum_Grey");
   for (auto _ : state) benchmark::DoNotOptimize(DibDiffer(GreyPage(), GreyRescan(), nullptr, nullptr, kAbsolute));
 }
 
 void BM_DifferSum_Colour(benchmark::State& state) {
-  TierScope tier(state);
+  TierScope tier(state, "BM_OpenCV_AbsdiffSum_Colour");
   for (auto _ : state) benchmark::DoNotOptimize(DibDiffer(ColourPage(), ColourRescan(), nullptr, nullptr, kAbsolute));
 }
 
 void BM_DifferImage_Grey(benchmark::State& state) {
-  TierScope tier(state);
+  TierScope tier(state, "BM_OpenCV_Absdiff_Grey");
   DibInfo* out = DibCreate(GreyPage(), 0);
   for (auto _ : state) {
     benchmark::DoNotOptimize(DibDiffer(out, GreyPage(), GreyRescan(), nullptr, nullptr, kAbsolute));
@@ -78,7 +78,7 @@ void BM_DifferImage_Grey(benchmark::State& state) {
 }
 
 void BM_Variance_Grey(benchmark::State& state) {
-  TierScope tier(state);
+  TierScope tier(state, "BM_OpenCV_MeanStdDev_Grey");
   double result[3];
   for (auto _ : state) {
     benchmark::DoNotOptimize(DibComputeVariance(GreyPage(), nullptr, result));
@@ -87,7 +87,7 @@ void BM_Variance_Grey(benchmark::State& state) {
 }
 
 void BM_Variance_Colour(benchmark::State& state) {
-  TierScope tier(state);
+  TierScope tier(state, "BM_OpenCV_MeanStdDev_Colour");
   double result[3];
   for (auto _ : state) {
     benchmark::DoNotOptimize(DibComputeVariance(ColourPage(), nullptr, result));
@@ -96,7 +96,7 @@ void BM_Variance_Colour(benchmark::State& state) {
 }
 
 void BM_Covariance_Grey(benchmark::State& state) {
-  TierScope tier(state);
+  TierScope tier(state, "BM_OpenCV_MeanStdDev_Grey");
   double result[3];
   for (auto _ : state) {
     benchmark::DoNotOptimize(DibComputeCovariance(GreyPage(), nullptr, GreyRescan(), nullptr, result));
@@ -106,12 +106,12 @@ void BM_Covariance_Grey(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(BM_DifferSum_Grey)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_DifferSum_Colour)->Arg(0)->Arg(2)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_DifferImage_Grey)->Arg(0)->Arg(2)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_Variance_Grey)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_Variance_Colour)->Arg(0)->Arg(2)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_Covariance_Grey)->Arg(0)->Arg(2)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_DifferSum_Grey)->Arg(0)->Arg(1)->Arg(3)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_DifferSum_Colour)->Arg(0)->Arg(3)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_DifferImage_Grey)->Arg(0)->Arg(3)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Variance_Grey)->Arg(0)->Arg(1)->Arg(3)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Variance_Colour)->Arg(0)->Arg(3)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_Covariance_Grey)->Arg(0)->Arg(3)->Unit(benchmark::kMicrosecond);
 
 #if defined(QUILP_HAVE_OPENCV)
 namespace {

@@ -16,7 +16,7 @@ namespace {
 DibInfo* BiLevelPage() {
   static DibInfo* page = [] {
     DibInfo* grey = GreyPage();
-    DibInfo* two = DibCreate(grey->Width(), -grey->Height(), grey->XPelsPerMeter(),
+    DibInfo* two = DibCreate(grey->Width(), OrderedHeight(grey->Height()), grey->XPelsPerMeter(),
                              grey->YPelsPerMeter(), 8);
     for (int y = 0; y < grey->Height(); ++y) {
       unsigned char const* s = grey->GetLine(y);
@@ -36,7 +36,7 @@ void Decide(benchmark::State& state, DibInfo* page) {
     bits = out ? out->BitsPerPixel() : 0;
     DibFree(out);
   }
-  state.SetLabel(std::to_string(bits) + " bits");
+  Versus(state, "", (std::to_string(bits) + " bits").c_str());
 }
 
 void BM_CompressBits_Colour(benchmark::State& state) { Decide(state, ColourPage()); }

@@ -17,7 +17,7 @@ namespace {
 
 void Run(benchmark::State& state, bool automatic) {
   Tier const previous = quilp::simd::ForceTier(static_cast<Tier>(state.range(0)));
-  state.SetLabel(quilp::simd::TierName(quilp::simd::ActiveTier()));
+  Versus(state, "BM_OpenCV_CvtColorGrey");
   DibInfo* page = ColourPage();
   unsigned char const colour[3] = {29, 150, 77};
   for (auto _ : state) {
@@ -32,6 +32,7 @@ void BM_RGB2Grey_Reference(benchmark::State& state) { Run(state, false); }
 void BM_RGB2Grey_Automatic(benchmark::State& state) { Run(state, true); }
 
 void BM_RGB2GreyX_Colourful(benchmark::State& state) {
+  Versus(state, "BM_OpenCV_CvtColorGrey");
   DibInfo* page = ColourPage();
   unsigned char const colour[3] = {1, 1, 1};
   for (auto _ : state) {
@@ -43,8 +44,8 @@ void BM_RGB2GreyX_Colourful(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(BM_RGB2Grey_Reference)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_RGB2Grey_Automatic)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RGB2Grey_Reference)->Arg(0)->Arg(1)->Arg(2)->Arg(3)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RGB2Grey_Automatic)->Arg(0)->Arg(1)->Arg(2)->Arg(3)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_RGB2GreyX_Colourful)->Unit(benchmark::kMillisecond);
 
 #if defined(QUILP_HAVE_OPENCV)

@@ -6,6 +6,8 @@
 //  - DibErodeDilate by +-4 beside Leptonica's pixDistanceFunction plus a threshold.
 #include <benchmark/benchmark.h>
 
+#include <string>
+
 #include "morph/rect_morph.h"
 #include "params/plane.h"
 #include "quilp32.h"
@@ -46,7 +48,7 @@ quilp::DibPlane WholePlane(DibInfo* dib) {
 void BM_FilterGreyMin(benchmark::State& state) {
   int const size = int(state.range(0));
   Tier const previous = quilp::simd::ForceTier(static_cast<Tier>(state.range(1)));
-  state.SetLabel(quilp::simd::TierName(quilp::simd::ActiveTier()));
+  Versus(state, ("BM_OpenCV_Erode/" + std::to_string(size)).c_str());
   DibInfo* page = GreyPage();
   for (auto _ : state) {
     DibInfo* out = nullptr;
@@ -58,9 +60,9 @@ void BM_FilterGreyMin(benchmark::State& state) {
 
 void BM_Erode1Bit15(benchmark::State& state) {
   Tier const previous = quilp::simd::ForceTier(static_cast<Tier>(state.range(0)));
-  state.SetLabel(quilp::simd::TierName(quilp::simd::ActiveTier()));
+  Versus(state, "BM_Leptonica_ErodeBrick15");
   DibInfo* page = BitPage();
-  DibInfo* out = DibCreate(page->Width(), page->Height(), 0, 0, 1);
+  DibInfo* out = DibCreate(page->Width(), OrderedHeight(page->Height()), 0, 0, 1);
   for (auto _ : state)  // set bits are the shapes: erode the ink, as the peer does
     benchmark::DoNotOptimize(quilp::MorphRect(WholePlane(out), WholePlane(page), 7, 7, quilp::MorphOp::kDilate));
   DibFree(out);
@@ -70,7 +72,7 @@ void BM_Erode1Bit15(benchmark::State& state) {
 void BM_ErodeDilate(benchmark::State& state) {
   int const amount = int(state.range(0));
   Tier const previous = quilp::simd::ForceTier(static_cast<Tier>(state.range(1)));
-  state.SetLabel(quilp::simd::TierName(quilp::simd::ActiveTier()));
+  Versus(state, "BM_Leptonica_DistanceThreshold");
   DibInfo* page = BitPage();
   for (auto _ : state) {
     DibInfo* out = nullptr;
@@ -82,10 +84,11 @@ void BM_ErodeDilate(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(BM_FilterGreyMin)->Args({3, 2})->Args({15, 2})->Args({31, 2})->Args({15, 1})->Args({15, 0})
+BENCHMARK(BM_FilterGreyMin)->Args({3, 3})->Args({15, 3})->Args({31, 3})->Args({15, 2})->Args({15, 1})
+    ->Args({15, 0})
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Erode1Bit15)->Arg(2)->Arg(0)->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_ErodeDilate)->Args({4, 2})->Args({-4, 2})->Args({4, 1})->Args({4, 0})
+BENCHMARK(BM_Erode1Bit15)->Arg(3)->Arg(2)->Arg(0)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ErodeDilate)->Args({4, 3})->Args({-4, 3})->Args({4, 2})->Args({4, 1})->Args({4, 0})
     ->Unit(benchmark::kMillisecond);
 
 #if defined(QUILP_HAVE_OPENCV)

@@ -38,7 +38,7 @@ quilp_pages::PageSpec LayoutOf(Kind kind, int dpi, double degrees, uint32_t seed
   s.width = dpi == 300 ? 2480 : 1654;
   s.height = dpi == 300 ? 3508 : 2339;
   s.bitCount = 8;
-  s.topDown = true;
+  s.topDown = TopDownPages();
   s.skewDegrees = degrees;
   s.seed = seed;
   s.noise = 6;
@@ -109,7 +109,7 @@ bool LeptonicaSkew(PIX* pix, double& degrees) {
 
 void BM_HoughCompute1024(benchmark::State& state) {
   Tier const previous = quilp::simd::ForceTier(static_cast<Tier>(state.range(0)));
-  state.SetLabel(quilp::simd::TierName(quilp::simd::ActiveTier()));
+  Versus(state, "BM_OpenCV_FastHoughTransform1024");
   DibInfo* page = GreyPage();
   tagRect32 block{600, 1000, 1623, 2023};
   DibHoughPrepare(10, false, false);
@@ -127,8 +127,8 @@ void BM_HoughCompute1024(benchmark::State& state) {
 
 void BM_HoughGetAngle(benchmark::State& state) {
   Tier const previous = quilp::simd::ForceTier(static_cast<Tier>(state.range(1)));
-  state.SetLabel(std::string(state.range(0) == 300 ? "300 dpi " : "200 dpi ") +
-                 quilp::simd::TierName(quilp::simd::ActiveTier()));
+  Versus(state, state.range(0) == 300 ? "BM_Leptonica_FindSkewSweepAndSearch/300"
+                                       : "BM_Leptonica_FindSkewSweepAndSearch/200");
   DibInfo* page = state.range(0) == 300 ? GreyPage() : Page200();
   double angle = 0.0;
   for (auto _ : state) {
@@ -141,7 +141,7 @@ void BM_HoughGetAngle(benchmark::State& state) {
 
 void BM_SmartGetAngle(benchmark::State& state) {
   int const factor = int(state.range(0));
-  state.SetLabel("300 dpi, factors " + std::to_string(factor));
+  Versus(state, "BM_Leptonica_ThresholdFindSkew");
   DibInfo* page = GreyPage();
   int skew = 0;
   for (auto _ : state) {
@@ -236,9 +236,9 @@ void BM_SkewAccuracy(benchmark::State& state) {
 
 }  // namespace
 
-BENCHMARK(BM_HoughCompute1024)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_HoughCompute1024)->Arg(0)->Arg(1)->Arg(2)->Arg(3)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_HoughGetAngle)
-    ->Args({300, 0})->Args({300, 1})->Args({300, 2})->Args({200, 2})
+    ->Args({300, 0})->Args({300, 1})->Args({300, 2})->Args({300, 3})->Args({200, 3})
     ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_HoughTransform)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_SmartGetAngle)->Arg(1)->Arg(2)->Arg(4)->Unit(benchmark::kMillisecond);
@@ -273,6 +273,27 @@ void BM_Leptonica_FindSkewSweepAndSearch(benchmark::State& state) {
   state.counters["degrees"] = degrees;
   pixDestroy(&pix);
 }
+// The whole job from a grey page, as DibSmartGetAngle does it: threshold (at the page's Otsu
+// level, found beforehand) and pixFindSkew with its default sweep and search.
+void BM_Leptonica_ThresholdFindSkew(benchmark::State& state) {
+  DibInfo* grey = GreyPage();
+  PIX* p8 = pixCreate(grey->Width(), grey->Height(), 8);
+  for (int y = 0; y < grey->Height(); ++y) {
+    l_uint32* line = pixGetData(p8) + std::size_t(y) * std::size_t(pixGetWpl(p8));
+    for (int x = 0; x < grey->Width(); ++x) SET_DATA_BYTE(line, x, grey->GetLine(y)[x]);
+  }
+  int levels[2] = {128, 128};
+  DibGetOtsuLevels(levels, grey, 2, nullptr);
+  for (auto _ : state) {
+    PIX* bw = pixThresholdToBinary(p8, levels[0]);
+    l_float32 angle = 0.0f, conf = 0.0f;
+    pixFindSkew(bw, &angle, &conf);
+    benchmark::DoNotOptimize(angle);
+    pixDestroy(&bw);
+  }
+  pixDestroy(&p8);
+}
 }  // namespace
 BENCHMARK(BM_Leptonica_FindSkewSweepAndSearch)->Arg(300)->Arg(200)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Leptonica_ThresholdFindSkew)->Unit(benchmark::kMillisecond);
 #endif

@@ -13,6 +13,7 @@ namespace {
 
 // The whole colour page into a destination made beforehand: the copy alone.
 void BM_CopyZone_PageIntoRecord(benchmark::State& state) {
+  Versus(state, "BM_Memcpy_PageBytes");
   DibInfo* page = ColourPage();
   DibInfo* dest = DibCreate(page, 0);
   for (auto _ : state) {
@@ -25,6 +26,7 @@ void BM_CopyZone_PageIntoRecord(benchmark::State& state) {
 
 // The whole colour page into a new record each time (allocation and release included).
 void BM_CopyZone_PageNewRecord(benchmark::State& state) {
+  Versus(state, "BM_Memcpy_PageBytes");
   DibInfo* page = ColourPage();
   for (auto _ : state) {
     DibInfo* dest = nullptr;
@@ -48,7 +50,7 @@ void BM_Memcpy_PageBytes(benchmark::State& state) {
 void BM_CopyZone_OneBitPage(benchmark::State& state) {
   static DibInfo* bits = [] {
     DibInfo* grey = GreyPage();
-    DibInfo* b = DibCreate(grey->Width(), grey->Height(), 11811, 11811, 1);
+    DibInfo* b = DibCreate(grey->Width(), OrderedHeight(grey->Height()), 11811, 11811, 1);
     for (int y = 0; y < grey->Height(); ++y)
       for (int x = 0; x < grey->Width(); ++x)
         if (grey->GetLine(y)[x] > 128) b->GetLine(y)[x / 8] |= uint8_t(0x80 >> (x % 8));

@@ -18,7 +18,9 @@ using quilp::simd::Tier;
 namespace {
 
 GreyKernels const& TableFor(Tier t) {
-  return t == Tier::kAvx2 ? quilp::GreyKernelsAvx2() : quilp::GreyKernelsSse41();
+  return t == Tier::kAvx512 ? quilp::GreyKernelsAvx512()
+         : t == Tier::kAvx2 ? quilp::GreyKernelsAvx2()
+                            : quilp::GreyKernelsSse41();
 }
 
 }  // namespace

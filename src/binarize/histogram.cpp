@@ -41,6 +41,10 @@ void DibHistogram(uint8_t const* top, std::ptrdiff_t step, int width, int height
                   bool ignoreExtremes, int hist[256]) {
   uint32_t counts[256];
   std::memset(counts, 0, sizeof counts);
+  if (step < 0 && height > 0) {  // count in storage order: the sums do not care
+    top += step * (height - 1);
+    step = -step;
+  }
   if (width > 0 && height > 0) HistogramKernelsActive().add(top, step, width, height, counts);
   if (ignoreExtremes) counts[0] = counts[1] = counts[254] = counts[255] = 0;
   for (int i = 0; i < 256; ++i) hist[i] = static_cast<int>(counts[i]);  // modular from C++20

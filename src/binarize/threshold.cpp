@@ -46,7 +46,8 @@ ThresholdKernels const& ThresholdKernelsActive() {
                     QUILP_VECTOR_TABLE(ThresholdKernelsAvx2()));
 }
 
-void MarkBandRows(DibView const& dst, DibView const& src, LevelBand band, bool fillRow) {
+void MarkBandRows(DibView dst, DibView src, LevelBand band, bool fillRow) {
+  InStorageOrder(src, dst);
   ThresholdKernels const& k = ThresholdKernelsActive();
   std::size_t const used = static_cast<std::size_t>((src.width + 7) / 8);
   std::size_t rowEnd = used;

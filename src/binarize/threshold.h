@@ -44,7 +44,7 @@ int DibThresholdView(DibView const& dst, DibView const& src, uint8_t threshold, 
 
 // The band written into whole rows of a 1-bit view starting at a byte: as DibThresholdView,
 // and when `fillRow` is set the rest of each row (up to the record's stride) is set to 255 too.
-void MarkBandRows(DibView const& dst, DibView const& src, LevelBand band, bool fillRow);
+void MarkBandRows(DibView dst, DibView src, LevelBand band, bool fillRow);
 
 // Writes `width` pixels of a band into a 1-bit row at bit `offset` (0..7) of `dst`, touching
 // no other bit. `scratch` holds at least (width + 7) / 8 + 2 bytes.

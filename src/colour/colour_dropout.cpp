@@ -86,8 +86,9 @@ bool MakeOneColourDropout(unsigned char const colour[3], OneColourDropout& t) {
   return true;
 }
 
-bool DibSuppressOneColor(DibView const& dst, DibView const& src, unsigned char const* colour) {
+bool DibSuppressOneColor(DibView dst, DibView src, unsigned char const* colour) {
   if (!colour) return false;
+  InStorageOrder(src, dst);
   OneColourDropout t;
   if (!MakeOneColourDropout(colour, t)) return false;
   DropoutKernels const& kernels = DropoutKernelsActive();

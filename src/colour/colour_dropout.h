@@ -88,7 +88,7 @@ bool UnitDarkness(unsigned char const (*colours)[3], int count, double* u);
 // The whole dropouts, from a 24-bit area into an 8-bit area of the same size. False when the
 // colour has no dropout direction, or for the sets when a count is negative, an array is null,
 // no colour is kept or a colour is white.
-bool DibSuppressOneColor(DibView const& dst, DibView const& src, unsigned char const* colour);
+bool DibSuppressOneColor(DibView dst, DibView src, unsigned char const* colour);
 bool DibSuppressColorSets(DibView const& dst, DibView const& src, int keepCount,
                           unsigned char const (*keep)[3], int dropCount,
                           unsigned char const (*drop)[3]);

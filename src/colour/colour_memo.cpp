@@ -26,8 +26,8 @@ inline uint32_t Slot(uint32_t colour) { return (colour * 0x9E3779B1u) >> (32 - k
 
 }  // namespace
 
-void DibMemoColourRows(DibView const& dst, DibView const& src, ColourSetRowFn row,
-                       ColourSets const& sets) {
+void DibMemoColourRows(DibView dst, DibView src, ColourSetRowFn row, ColourSets const& sets) {
+  InStorageOrder(src, dst);
   std::size_t const w = static_cast<std::size_t>(src.width > 0 ? src.width : 0);
   std::unique_ptr<uint32_t[]> slots(new (std::nothrow) uint32_t[std::size_t(1) << kSlotBits]);
   std::unique_ptr<uint32_t[]> missAt(new (std::nothrow) uint32_t[w + 1]);

@@ -11,7 +11,6 @@ using ColourSetRowFn = void (*)(uint8_t const* src, uint8_t* dst, int width, Col
 
 // Runs `row` over every row of a 24-bit area into an 8-bit area of the same size, with a memo
 // of the colours already converted. The result is exactly that of `row` on each row.
-void DibMemoColourRows(DibView const& dst, DibView const& src, ColourSetRowFn row,
-                       ColourSets const& sets);
+void DibMemoColourRows(DibView dst, DibView src, ColourSetRowFn row, ColourSets const& sets);
 
 }  // namespace quilp

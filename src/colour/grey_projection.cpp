@@ -77,7 +77,7 @@ GreyKernels const& GreyKernelsScalar() {
 
 GreyKernels const& GreyKernelsActive() {
   return simd::Pick(GreyKernelsScalar(), QUILP_VECTOR_TABLE(GreyKernelsSse41()),
-                    QUILP_VECTOR_TABLE(GreyKernelsAvx2()));
+                    QUILP_VECTOR_TABLE(GreyKernelsAvx2()), QUILP_VECTOR_TABLE(GreyKernelsAvx512()));
 }
 
 bool MakeGreyTransform(double const d[3], bool blackWhiteOnly, int colourWeight,
@@ -100,8 +100,9 @@ bool MakeGreyTransform(double const d[3], bool blackWhiteOnly, int colourWeight,
   return true;
 }
 
-bool DibGreyProjection(DibView const& dst, DibView const& src, unsigned char const* colour,
-                       bool centred, int colourWeight) {
+bool DibGreyProjection(DibView dst, DibView src, unsigned char const* colour, bool centred,
+                       int colourWeight) {
+  InStorageOrder(src, dst);
   GreyKernels const& kernels = GreyKernelsActive();
   double d[3];
   if (colour) {

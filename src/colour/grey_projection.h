@@ -33,6 +33,7 @@ struct GreyKernels {
 GreyKernels const& GreyKernelsScalar();
 GreyKernels const& GreyKernelsSse41();
 GreyKernels const& GreyKernelsAvx2();
+GreyKernels const& GreyKernelsAvx512();
 GreyKernels const& GreyKernelsActive();
 
 // Direction and range: builds the transform from a direction vector (step 2 to 5 of the
@@ -43,7 +44,7 @@ bool MakeGreyTransform(double const d[3], bool blackWhiteOnly, int colourWeight,
 // The whole projection of a 24-bit area into an 8-bit area of the same size. colour is three
 // bytes (blue, green, red) or null for the area's own main axis; centred subtracts 128 from the
 // reference and takes the range from black and white only.
-bool DibGreyProjection(DibView const& dst, DibView const& src, unsigned char const* colour,
-                       bool centred, int colourWeight);
+bool DibGreyProjection(DibView dst, DibView src, unsigned char const* colour, bool centred,
+                       int colourWeight);
 
 }  // namespace quilp

@@ -90,8 +90,9 @@ DifferKernels const& DifferKernelsActive() {
                     QUILP_VECTOR_TABLE(DifferKernelsAvx2()));
 }
 
-void DibDifferImage(DibView const& out, DibView const& test, DibView const& ref,
-                    int bytesPerPixel, DifferRule const& rule) {
+void DibDifferImage(DibView out, DibView test, DibView ref, int bytesPerPixel,
+                    DifferRule const& rule) {
+  InStorageOrder(ref, test, out);
   DifferKernels const& k = DifferKernelsActive();
   std::ptrdiff_t const bytes = std::ptrdiff_t(ref.width) * bytesPerPixel;
   for (int y = 0; y < ref.height; ++y) k.image(test.Row(y), ref.Row(y), out.Row(y), bytes, rule);

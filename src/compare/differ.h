@@ -64,8 +64,8 @@ DifferKernels const& DifferKernelsActive();
 
 // Differences of the reference area's width x height pixels: output row r, column c takes
 // test pixel (c, r) and reference pixel (c, r) of their areas. bytesPerPixel is 1 or 3.
-void DibDifferImage(DibView const& out, DibView const& test, DibView const& ref,
-                    int bytesPerPixel, DifferRule const& rule);
+void DibDifferImage(DibView out, DibView test, DibView ref, int bytesPerPixel,
+                    DifferRule const& rule);
 // Their sum, row by row; when stopLimit is not negative the sum stops after the first row
 // that takes it above stopLimit.
 int64_t DibDifferSum(DibView const& test, DibView const& ref, int bytesPerPixel,

@@ -120,7 +120,8 @@ StatKernels const& StatKernelsActive() {
                     QUILP_VECTOR_TABLE(StatKernelsAvx2()));
 }
 
-void DibVariance(DibView const& area, int bytesPerPixel, double result[3]) {
+void DibVariance(DibView area, int bytesPerPixel, double result[3]) {
+  InStorageOrder(area);  // the sums are exact in any order
   StatKernels const& k = StatKernelsActive();
   double const n = PixelCount(area);
   if (bytesPerPixel == 1) {
@@ -146,8 +147,8 @@ void DibVariance(DibView const& area, int bytesPerPixel, double result[3]) {
   for (int c = 0; c < 3; ++c) result[c] = ColourStatistic(n, q[c], s[c], s[c]);
 }
 
-bool DibCovariance(DibView const& first, DibView const& second, int bytesPerPixel,
-                   double result[3]) {
+bool DibCovariance(DibView first, DibView second, int bytesPerPixel, double result[3]) {
+  InStorageOrder(first, second);  // the sums are exact in any order
   StatKernels const& k = StatKernelsActive();
   double const n = PixelCount(first);
   std::size_t const rowBytes = std::size_t(first.width) * std::size_t(bytesPerPixel);

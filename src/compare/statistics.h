@@ -37,13 +37,12 @@ void GreyCrossFrom(uint8_t const* x, uint8_t const* y, int begin, int end, uint3
 void ColourCrossFrom(uint8_t const* x, uint8_t const* y, int begin, int end, uint32_t sums[9]);
 
 // Variance of the area (bytesPerPixel 1: result[0]; 3: result[0..2]).
-void DibVariance(DibView const& area, int bytesPerPixel, double result[3]);
+void DibVariance(DibView area, int bytesPerPixel, double result[3]);
 
 // Covariance of `first` with the same-sized area of `second` starting at second's top-left.
 // When second's record has another depth it is read as if it had first's: each row is the run
 // of bytes from second's row address, and bytes beyond its pixel area read as 0. False only
 // when memory for that row copy cannot be had.
-bool DibCovariance(DibView const& first, DibView const& second, int bytesPerPixel,
-                   double result[3]);
+bool DibCovariance(DibView first, DibView second, int bytesPerPixel, double result[3]);
 
 }  // namespace quilp

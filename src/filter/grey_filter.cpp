@@ -169,9 +169,10 @@ int Flatten(CDibFlowControl& frame, DibInfo*& dst, DibInfo const* src, int p1, i
   return frame.SetSuccess(true);
 }
 
-int Run(CDibFlowControl& frame, int oper, DibPlane const& d, DibPlane const& s, int p1, int p2,
-        int p3) {
+int Run(CDibFlowControl& frame, int oper, DibPlane d, DibPlane s, int p1, int p2, int p3) {
   uint8_t table[256];
+  // Level maps and the odd windows give the same picture upside down: walk memory forwards.
+  if (oper != kFilterGauss && oper != kFilterLocalContrast) InStorageOrder(s, d);
   switch (oper) {
     case kFilterAutoLevels:
       AutoLevelsTable(s, table);

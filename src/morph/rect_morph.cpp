@@ -286,8 +286,11 @@ bool MorphRect(DibPlane const& dst, DibPlane const& src, int hSize, int vSize, M
   // A span reaching past both ends of its line is the whole line: larger sizes change nothing.
   if (hSize > src.width) hSize = src.width;
   if (vSize > src.height) vSize = src.height;
+  // Both spans are centred, so the result upside down is the same: walk memory forwards.
+  DibPlane d = dst, s = src;
+  InStorageOrder(s, d);
   try {
-    return MorphRectChecked(dst, src, hSize, vSize, op);
+    return MorphRectChecked(d, s, hSize, vSize, op);
   } catch (std::bad_alloc const&) {
     return false;
   }

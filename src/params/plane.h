@@ -45,4 +45,21 @@ struct DibPlane {
   unsigned char* Row(int y) const { return data + stride * y; }
 };
 
+// The same area upside down: its last visual row becomes row 0.
+inline DibPlane UpsideDown(DibPlane p) {
+  if (p.height > 0) p.data = p.Row(p.height - 1);
+  p.stride = -p.stride;
+  return p;
+}
+
+// When `lead` is stored bottom-up (negative stride), turns it and every other plane upside
+// down, so its rows 0, 1, 2 ... lie at ascending addresses (see record/view.h: only for
+// operations that commute with turning all their planes upside down together).
+template <class... Planes>
+inline void InStorageOrder(DibPlane& lead, Planes&... others) {
+  if (lead.stride >= 0) return;
+  lead = UpsideDown(lead);
+  ((others = UpsideDown(others)), ...);
+}
+
 }  // namespace quilp

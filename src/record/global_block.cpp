@@ -108,10 +108,12 @@ Handle Alloc(unsigned flags, std::size_t bytes, std::size_t slack) {
     raw = static_cast<unsigned char*>(std::calloc(capacity, 1));
     if (!raw) return 0;
   } else {
-    // A recycled buffer: the slack must be zero again, and the data when asked.
+    // A recycled buffer: the slack must be zero again, and the data when asked. What lies
+    // beyond the slack after the data (a spare may be up to half as large again) is never
+    // handed out, so it is left as it is.
     std::memset(raw, 0, slack);
-    if (flags & kZeroInit) std::memset(raw + slack, 0, got - slack);
-    else std::memset(raw + slack + bytes, 0, got - slack - bytes);
+    if (flags & kZeroInit) std::memset(raw + slack, 0, capacity - slack);
+    else std::memset(raw + slack + bytes, 0, capacity - slack - bytes);
   }
   Block block;
   block.raw = raw;

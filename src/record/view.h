@@ -3,6 +3,12 @@
 // A view resolves the storage order once: `top` points at the first byte of the area's top
 // visual row and `step` moves one visual row down (minus the stride for bottom-up records).
 // Kernels walk views only; they never see the record's header.
+//
+// Memory order. Most records are bottom-up, so walking visual rows 0, 1, 2 ... walks memory
+// backwards, and the hardware prefetchers lose a row's worth of lead at every row. An operation
+// whose result does not change when its source and result are turned upside down together
+// (point operations, histograms and exact sums, windows symmetric top to bottom) calls
+// InStorageOrder on its views first and then walks rows 0, 1, 2 ... as always.
 #pragma once
 
 #include <cstddef>
@@ -43,6 +49,23 @@ inline DibView MakeView(DibInfo const* dib, Area const& area) {
   v.width = area.width;
   v.height = area.height;
   return v;
+}
+
+// The same area upside down: its last visual row becomes row 0.
+inline DibView UpsideDown(DibView v) {
+  if (v.height > 0) v.top = v.Row(v.height - 1);
+  v.step = -v.step;
+  return v;
+}
+
+// When `lead` (the view the operation reads most) is stored bottom-up, turns it and every other
+// view upside down, so rows 0, 1, 2 ... of `lead` lie at ascending addresses. Only for
+// operations that commute with turning all their views upside down together.
+template <class... Views>
+inline void InStorageOrder(DibView& lead, Views&... others) {
+  if (lead.step >= 0) return;
+  lead = UpsideDown(lead);
+  ((others = UpsideDown(others)), ...);
 }
 
 inline DibView MakeView(DibInfo const* dib) {

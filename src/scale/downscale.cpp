@@ -7,6 +7,7 @@
 // when more than half of its block is set. Cost: one read of the area, one division per
 // result byte.
 #include "scale/downscale.h"
+#include "scale/halve.h"
 
 #include <algorithm>
 #include <cstring>
@@ -119,6 +120,7 @@ void DibDownscaleArea(DibView const& dst, DibView const& src, int bitCount, int 
   int const channels = bitCount / 8;
   if (bitCount == 1) Reduce1(dst, src, hFactor, vFactor);
   else if (hFactor == 1 && vFactor == 1) CopyBytes(dst, src, channels);
+  else if (channels == 1 && hFactor == 2 && vFactor == 2) DibHalve8(dst, src);
   else if (vFactor <= 16843009) ReduceBytes<uint32_t>(dst, src, channels, hFactor, vFactor);  // 255 * vf < 2^32
   else ReduceBytes<uint64_t>(dst, src, channels, hFactor, vFactor);
 }

@@ -25,7 +25,13 @@ Tier Probe() {
   if ((xlo & 6) != 6) return Tier::kSse41;  // the OS must save the YMM state
   if (!__get_cpuid_count(7, 0, &a, &b, &c, &d)) return Tier::kSse41;
   bool const avx2 = (b >> 5) & 1, bmi2 = (b >> 8) & 1;
-  return (avx2 && bmi2) ? Tier::kAvx2 : Tier::kSse41;
+  if (!(avx2 && bmi2)) return Tier::kSse41;
+  // AVX-512: F (b16), BW (b30), VL (b31) and VBMI (c1), VBMI2 (c6) from leaf 7; the OS must save
+  // the opmask registers and both halves of the ZMM state (XCR0 bits 5, 6 and 7).
+  bool const f = (b >> 16) & 1, bw = (b >> 30) & 1, vl = (b >> 31) & 1;
+  bool const vbmi = (c >> 1) & 1, vbmi2 = (c >> 6) & 1;
+  if (!(f && bw && vl && vbmi && vbmi2)) return Tier::kAvx2;
+  return (xlo & 0xE6) == 0xE6 ? Tier::kAvx512 : Tier::kAvx2;
 #else
   return Tier::kScalar;
 #endif
@@ -33,13 +39,14 @@ Tier Probe() {
 
 Tier FromEnvironment() {
   char const* env = std::getenv("QUILP_SIMD");
-  if (!env) return Tier::kAvx2;
+  if (!env) return Tier::kAvx512;
   if (!std::strcmp(env, "scalar")) return Tier::kScalar;
   if (!std::strcmp(env, "sse41")) return Tier::kSse41;
-  return Tier::kAvx2;
+  if (!std::strcmp(env, "avx2")) return Tier::kAvx2;
+  return Tier::kAvx512;
 }
 
-std::atomic<int> g_cap{static_cast<int>(Tier::kAvx2)};
+std::atomic<int> g_cap{static_cast<int>(Tier::kAvx512)};
 
 Tier Min(Tier a, Tier b) { return static_cast<int>(a) < static_cast<int>(b) ? a : b; }
 
@@ -63,6 +70,7 @@ char const* TierName(Tier tier) {
     case Tier::kScalar: return "scalar";
     case Tier::kSse41: return "sse41";
     case Tier::kAvx2: return "avx2";
+    case Tier::kAvx512: return "avx512";
   }
   return "?";
 }

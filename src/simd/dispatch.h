@@ -14,8 +14,10 @@
 namespace quilp::simd {
 
 template <class Table>
-Table const& Pick(Table const& scalar, Table const* sse41, Table const* avx2) {
+Table const& Pick(Table const& scalar, Table const* sse41, Table const* avx2,
+                  Table const* avx512 = nullptr) {
   Tier const tier = ActiveTier();
+  if (tier >= Tier::kAvx512 && avx512) return *avx512;
   if (tier >= Tier::kAvx2 && avx2) return *avx2;
   if (tier >= Tier::kSse41 && sse41) return *sse41;
   return scalar;
