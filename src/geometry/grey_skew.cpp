@@ -91,7 +91,8 @@ bool HoughSkewOf(GreyImage const& grey, double& angle) {
     DibHolder transform(HoughTransformImage(work, kHoughModeHorizontal, 8));
     if (!transform) return false;
     int position = 0, value = 0;
-    if (!HoughPeak(transform.get(), 5, 1, position, value)) return false;
+    // A page without ink (or all ink) scores nothing: there is no angle to report.
+    if (!HoughPeak(transform.get(), 5, 1, position, value) || value <= 0) return false;
     angle = std::atan2(double(position) / kHoughPeakScale - 0.5 * transform.get()->Height(),
                        double(work.width));
   } catch (std::bad_alloc const&) {

@@ -27,7 +27,7 @@ bool ReducedGrey(DibView const& src, int bitsPerPixel, int factor, GreyImage& ou
 
 // The skew angle in radians of a grey image, as the whole-page path of the Hough skew
 // estimate measures it: margins faded, Hough transform image, refined peak row. False when
-// the image is empty or memory runs out.
+// the image is empty, its transform scores nothing (a page without ink) or memory runs out.
 bool HoughSkewOf(GreyImage const& grey, double& angle);
 
 }  // namespace quilp
