@@ -2,9 +2,14 @@
 // result against a literal pixel rule, an analytic picture or a known skew.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <cstdio>
+#include <cstdlib>
 #include <functional>
+#include <string>
+#include <vector>
 
 #include "quilp32.h"
 #include "support/images.h"
@@ -299,3 +304,60 @@ TEST(Canonize, WellFormedRecordsBecomeCanonical) {
   EXPECT_EQ(DibCanonize(out, wide.get(), 0, 0, nullptr, nullptr), -1);
   EXPECT_EQ(out, nullptr);
 }
+
+#if defined(QUILP_PYTHON)
+namespace {
+
+// A BMP file as a record: the file's info block is laid out as a record is.
+DibPtr LoadBmp(std::string const& path) {
+  std::FILE* f = std::fopen(path.c_str(), "rb");
+  if (!f) return nullptr;
+  std::vector<uint8_t> bytes;
+  uint8_t chunk[65536];
+  for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, f)) > 0;) bytes.insert(bytes.end(), chunk, chunk + n);
+  std::fclose(f);
+  if (bytes.size() < 54) return nullptr;
+  BITMAPINFOHEADER h;
+  std::memcpy(&h, bytes.data() + 14, sizeof h);
+  uint32_t offset;
+  std::memcpy(&offset, bytes.data() + 10, 4);
+  DibPtr d(DibCreate(h.biWidth, h.biHeight, h.biXPelsPerMeter, h.biYPelsPerMeter, h.biBitCount));
+  if (!d) return nullptr;
+  std::size_t const size = std::size_t(d->ByteWidth()) * d->Height();
+  if (offset + size > bytes.size()) return nullptr;
+  std::memcpy(d->BitsPtr(), bytes.data() + offset, size);
+  return d;
+}
+
+}  // namespace
+
+// Real text (Debian's fonts) at all four turns, skewed and noisy: the turn that makes it
+// upright. A blank page has no orientation.
+TEST(Orientation, RealTextAtEveryTurn) {
+  std::string const dir = QUILP_GEOMETRY_WORK;
+  std::string const command = std::string(QUILP_PYTHON) + " " + QUILP_GEOMETRY_SET +
+                              " orientation " + dir + " --count 4 --seed 5 --small";
+  if (std::system(command.c_str()) != 0) GTEST_SKIP() << "no page generator: " << command;
+  std::FILE* manifest = std::fopen((dir + "/orientation.tsv").c_str(), "r");
+  ASSERT_TRUE(manifest);
+  char name[64];
+  int want = 0, seen = 0;
+  while (std::fscanf(manifest, "%63s %d %*[^\n]", name, &want) == 2) {
+    DibPtr page = LoadBmp(dir + "/" + name);
+    ASSERT_TRUE(page) << name;
+    int confidence = -1;
+    EXPECT_EQ(DibDetectDominantOrientation(page.get(), &confidence, nullptr), want) << name;
+    EXPECT_GT(confidence, 0) << name;
+    DibPtr upright(DibRotateBy90(page.get(), want, nullptr));
+    EXPECT_EQ(DibDetectDominantOrientation(upright.get(), nullptr, nullptr), 0) << name;
+    ++seen;
+  }
+  std::fclose(manifest);
+  EXPECT_EQ(seen, 4);
+  DibPtr blank(DibCreate(800, 600, 7874, 7874, 8));
+  std::memset(blank->BitsPtr(), 250, std::size_t(blank->ByteWidth()) * 600);
+  int confidence = 7;
+  EXPECT_EQ(DibDetectDominantOrientation(blank.get(), &confidence, nullptr), -1);
+  EXPECT_EQ(confidence, 0);
+}
+#endif
