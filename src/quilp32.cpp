@@ -770,7 +770,7 @@ DibInfo* DibSkew(DibInfo* src, double tangent, bool vertical, tagRect32* rect) {
   DibView const from = MakeView(src, area);
   ShearFormat const format = ShearFormatOf(from, src->BitsPerPixel());
   if (vertical)
-    ShiftColumns(MakeView(result.get()), from, format, shift.data(), 0);
+    ShiftColumns(MakeView(result.get()), from, format, shift.data());
   else
     ShiftRows(MakeView(result.get()), from, format, shift.data(), 0);
   return result.release();

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Pages for the geometry checks: real text turned to each orientation, skewed and noisy.
 
-orientation OUTDIR [--count N] [--seed S]
-    writes N pages, each at a random turn (0..3 clockwise quarters), with a manifest
+orientation OUTDIR [--count N] [--seed S] [--small]
+    writes N pages, page i turned i mod 4 clockwise quarters, with a manifest
     OUTDIR/orientation.tsv: file, quarters that make it upright, dpi, font, size, skew,
     noise. Fonts serif/sans/mono, 8-14 pt, 200 and 300 dpi, one or two columns, skew up to
     10 degrees, salt-and-pepper noise on some, 1-bit versions of some.
@@ -33,20 +33,20 @@ def noisy(grey, rng, amount):
     return np.clip(out, 0, 255).astype(np.uint8)
 
 
-def orientation(outdir, count, seed):
+def orientation(outdir, count, seed, small=False):
     rng = random.Random(seed)
     rows = []
     for i in range(count):
-        dpi = rng.choice([200, 300])
+        dpi = 200 if small else rng.choice([200, 300])
         font = rng.choice(["serif", "sans", "mono"])
         size = rng.choice([8, 10, 12, 14])
         columns = rng.choice([1, 1, 2])
         # Pages cropped to keep the run short: a half page is still a full-width text block.
-        page = textpage.render_page(rng.randrange(1 << 30), dpi=dpi, height_in=rng.choice([5.5, 11.69]),
+        page = textpage.render_page(rng.randrange(1 << 30), dpi=dpi, height_in=4.0 if small else rng.choice([5.5, 11.69]),
                                     font=font, size_pt=size, columns=columns)
         skew = rng.uniform(-10, 10) if rng.random() < 0.5 else rng.uniform(-1, 1)
         page = textpage.rotate_page(page, skew)
-        turn = rng.randrange(4)
+        turn = i % 4
         page = textpage.turn_page(page, turn)
         noise = rng.choice([0.0, 0.0, 0.005, 0.02])
         grey = noisy(page.grey, rng, noise) if noise > 0 else page.grey
@@ -85,9 +85,13 @@ def main():
     ap.add_argument("outdir")
     ap.add_argument("--count", type=int, default=40)
     ap.add_argument("--seed", type=int, default=1)
+    ap.add_argument("--small", action="store_true", help="200-dpi pages 4 inches high (quick)")
     a = ap.parse_args()
     os.makedirs(a.outdir, exist_ok=True)
-    (orientation if a.kind == "orientation" else deskew)(a.outdir, a.count, a.seed)
+    if a.kind == "orientation":
+        orientation(a.outdir, a.count, a.seed, a.small)
+    else:
+        deskew(a.outdir, a.count, a.seed)
 
 
 if __name__ == "__main__":

@@ -29,18 +29,43 @@ inline unsigned Load8Bits(uint8_t const* row, int64_t pos, int64_t validBits) {
 }
 
 // Copies n bits from src (positions from spos, all inside its valid bits) to dst positions
-// dpos .. dpos + n - 1; the other bits of the bytes touched keep their values.
+// dpos .. dpos + n - 1; the other bits of the bytes touched keep their values. Whole
+// destination bytes whose two source bytes lie inside the row take one shift each.
 inline void CopyBits(uint8_t* dst, int64_t dpos, uint8_t const* src, int64_t spos, int64_t n,
                      int64_t srcValidBits) {
   if (n <= 0) return;
   int64_t const end = dpos + n;
-  for (int64_t k = dpos >> 3; k <= (end - 1) >> 3; ++k) {
+  int64_t const srcBytes = (srcValidBits + 7) >> 3;
+  auto partial = [&](int64_t k) {
     int64_t const b0 = dpos > 8 * k ? dpos : 8 * k;
     int64_t const b1 = end < 8 * k + 8 ? end : 8 * k + 8;
     unsigned const bits = Load8Bits(src, spos + (8 * k - dpos), srcValidBits);
     unsigned const mask = (0xFFu >> (b0 - 8 * k)) & (0xFFu << (8 * k + 8 - b1)) & 0xFFu;
     dst[k] = uint8_t((dst[k] & ~mask) | (bits & mask));
+  };
+  int64_t const kFirst = dpos >> 3, kLast = (end - 1) >> 3;
+  // Whole bytes: 8k >= dpos, 8k + 8 <= end, source bytes q>>3 and (q>>3)+1 inside the row.
+  int64_t k0 = (dpos + 7) >> 3, k1 = (end >> 3) - 1;
+  int64_t const q0 = spos - dpos;  // source position of destination bit 0
+  while (k0 <= k1 && (q0 + 8 * k0) < 0) ++k0;
+  while (k1 >= k0 && ((q0 + 8 * k1) >> 3) + 1 >= srcBytes) --k1;
+  for (int64_t k = kFirst; k <= kLast && k < k0; ++k) partial(k);
+  if (k0 <= k1) {
+    int const shift = int((q0 + 8 * k0) & 7);
+    uint8_t const* in = src + ((q0 + 8 * k0) >> 3);
+    int64_t k = k0;
+    // Eight bytes at a time: a big-endian word and the next byte's top bits.
+    for (; k + 7 <= k1; k += 8, in += 8) {
+      uint64_t w = 0;
+      for (int i = 0; i < 8; ++i) w = (w << 8) | in[i];
+      w = shift ? (w << shift) | (uint64_t(in[8]) >> (8 - shift)) : w;
+      for (int i = 0; i < 8; ++i) dst[k + i] = uint8_t(w >> (56 - 8 * i));
+    }
+    for (; k <= k1; ++k, ++in)
+      dst[k] = uint8_t(((unsigned(in[0]) << 8) | in[1]) >> (8 - shift));
   }
+  for (int64_t k = (k0 <= k1 ? k1 + 1 : k0); k <= kLast; ++k)
+    if (k >= kFirst) partial(k);
 }
 
 // Sets (white) or clears n bits from position pos.

@@ -83,30 +83,112 @@ void ShiftRows(DibView const& dst, DibView const& src, ShearFormat const& f, int
   }
 }
 
-void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
-                  int const* shift, int dx) {
-  // Runs of destination columns with one shift, cut to the source's columns.
-  struct Run {
-    int u0, u1, shift;
+namespace {
+
+// 1-bit vertical shear: each destination bit comes from its column's source row, or is
+// white beyond the source. Aligned areas (both starting at the same bit of a byte) work on
+// 64-bit words: a word is the OR of its segments (bits sharing one shift), each a masked
+// load from that shift's source row, the rows looked up once per destination row; at small
+// angles a word has two or three segments. Other areas gather byte by byte.
+void ShiftColumnBits(DibView const& dst, DibView const& src, int const* shift) {
+  struct Segment {
+    int unit;       // word (or byte) index
+    uint64_t mask;  // bits of the unit taken from the shift's row, in memory order
+    int shift;
   };
-  std::vector<Run> runs;
-  int const from = std::max(0, -dx), to = std::min(dst.width, src.width - dx);
-  for (int u = from; u < to;) {
+  int const off = dst.left & 7, srcOff = src.left & 7;
+  bool const aligned = srcOff == off;
+  int const bytes = (off + dst.width + 7) >> 3;
+  int const words = aligned && off == 0 ? bytes / 8 : 0;  // whole 64-bit words; the rest by bytes
+  std::vector<Segment> wordSegments, byteSegments;
+  int maxShift = 0;
+  for (int u = 0; u < dst.width;) {
     int e = u + 1;
-    while (e < to && shift[e] == shift[u]) ++e;
-    runs.push_back({u, e, shift[u]});
+    while (e < dst.width && shift[e] == shift[u]) ++e;
+    maxShift = std::max(maxShift, shift[u]);
+    // The run's bits p0 .. p1-1 of the row, cut into the units they cross.
+    int64_t const p0 = off + int64_t(u), p1 = off + int64_t(e);
+    for (int64_t p = p0; p < p1;) {
+      bool const inWord = (p >> 6) < words;
+      int64_t const unitBits = inWord ? 64 : 8;
+      int64_t const unit = p / unitBits, q = std::min(p1, (unit + 1) * unitBits);
+      uint8_t m[8] = {};
+      for (int64_t b = p; b < q; ++b) m[(b % unitBits) >> 3] |= uint8_t(0x80u >> (b & 7));
+      uint64_t mask = 0;
+      if (inWord) std::memcpy(&mask, m, 8); else mask = m[0];
+      (inWord ? wordSegments : byteSegments).push_back({int(unit), mask, shift[u]});
+      p = q;
+    }
     u = e;
   }
-  int const bitOffset = dst.left & 7;
+  int64_t const srcValid = srcOff + int64_t(src.width);
+  std::vector<uint8_t> white(std::size_t(bytes) + 8, 0xFF);
+  std::vector<uint8_t const*> rows(std::size_t(maxShift) + 1);
   bool const bottomUp = dst.step < 0;
   for (int i = 0; i < dst.height; ++i) {
     int const v = bottomUp ? dst.height - 1 - i : i;
     uint8_t* out = dst.Row(v);
-    FillPaper(out, 0, dst.width, f, bitOffset);
+    for (int s = 0; s <= maxShift; ++s) {
+      int const y = v - s;
+      rows[std::size_t(s)] = y >= 0 && y < src.height ? src.Row(y) : white.data();
+    }
+    for (std::size_t k = 0; k < wordSegments.size();) {
+      int const w = wordSegments[k].unit;
+      uint64_t acc = 0;
+      for (; k < wordSegments.size() && wordSegments[k].unit == w; ++k) {
+        uint64_t word;
+        std::memcpy(&word, rows[std::size_t(wordSegments[k].shift)] + 8 * std::ptrdiff_t(w), 8);
+        acc |= word & wordSegments[k].mask;
+      }
+      std::memcpy(out + 8 * std::ptrdiff_t(w), &acc, 8);
+    }
+    for (std::size_t k = 0; k < byteSegments.size();) {
+      int const byte = byteSegments[k].unit;
+      unsigned bits = 0, covered = 0;
+      for (; k < byteSegments.size() && byteSegments[k].unit == byte; ++k) {
+        uint8_t const* r = rows[std::size_t(byteSegments[k].shift)];
+        unsigned const word = r == white.data() ? 0xFFu
+                              : aligned ? r[byte]
+                                        : Load8Bits(r, srcOff - off + 8 * int64_t(byte), srcValid);
+        bits |= word & unsigned(byteSegments[k].mask);
+        covered |= unsigned(byteSegments[k].mask);
+      }
+      out[byte] = uint8_t((out[byte] & ~covered) | bits);
+    }
+  }
+}
+
+}  // namespace
+
+void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
+                  int const* shift) {
+  if (f.bitsPerPixel == 1) {
+    ShiftColumnBits(dst, src, shift);
+    return;
+  }
+  // Runs of columns with one shift, each copied from its source row or painted paper.
+  struct Run {
+    int u0, u1, shift;
+  };
+  std::vector<Run> runs;
+  for (int u = 0; u < dst.width;) {
+    int e = u + 1;
+    while (e < dst.width && shift[e] == shift[u]) ++e;
+    runs.push_back({u, e, shift[u]});
+    u = e;
+  }
+  int const b = f.bitsPerPixel / 8;
+  bool const bottomUp = dst.step < 0;
+  for (int i = 0; i < dst.height; ++i) {
+    int const v = bottomUp ? dst.height - 1 - i : i;
+    uint8_t* out = dst.Row(v);
     for (Run const& r : runs) {
       int const y = v - r.shift;
-      if (y < 0 || y >= src.height) continue;
-      CopySpan(out, r.u0, dst, src.Row(y), r.u0 + dx, src, r.u1 - r.u0, f);
+      if (y < 0 || y >= src.height)
+        FillPaper(out, r.u0, r.u1, f, 0);
+      else
+        std::memcpy(out + std::ptrdiff_t(r.u0) * b, src.Row(y) + std::ptrdiff_t(r.u0) * b,
+                    std::size_t(r.u1 - r.u0) * b);
     }
   }
 }
@@ -142,7 +224,7 @@ bool RotateByShears(DibView const& dst, DibView const& src, ShearFormat const& f
     // Second shear: columns move up or down about that centre; the image grows by the span.
     int const span2 = ShearShifts(b, one.width, cx1, s2, low2);
     DibView const two = BufferView(buffer2, one.width, H + span2, f.bitsPerPixel);
-    ShiftColumns(two, one, f, s2.data(), 0);
+    ShiftColumns(two, one, f, s2.data());
     double const cy2 = cy - low2;
     // Third shear straight into dst, whose centre takes the source's: dst row v is row
     // v + oy of `two`, moved by round(a * (v + oy - cy2)) plus the centring offset.

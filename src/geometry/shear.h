@@ -20,10 +20,10 @@ struct ShearFormat {
 // dst.height entries.
 void ShiftRows(DibView const& dst, DibView const& src, ShearFormat const& f,
                int const* shift, int dy);
-// dst(u, v) = src(u + dx, v - shift[u]), paper where that is outside src. shift has
-// dst.width entries.
+// dst(u, v) = src(u, v - shift[u]), paper where that is outside src. dst and src have the
+// same width; shift has dst.width entries.
 void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
-                  int const* shift, int dx);
+                  int const* shift);
 
 // The shifts of an exact shear by `tangent` of n rows (or columns) about `centre`:
 // round(tangent * (i - centre)), halves away from zero, then all moved by -low so the
