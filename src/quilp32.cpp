@@ -781,6 +781,7 @@ DibInfo* DibDeskew(DibInfo* src, double* angle, tagRect32* rect) {
   Area area;
   if (!ClampRect(src, rect, area)) return nullptr;
   GreyImage grey;
+  // Full resolution: at half, residuals of 0.03 degrees remain on 300-dpi pages.
   if (!ReducedGrey(MakeView(src, area), src->BitsPerPixel(), 1, grey)) return nullptr;
   double skew = 0.0;
   if (!HoughSkewOf(grey, skew) || !std::isfinite(skew)) skew = 0.0;
