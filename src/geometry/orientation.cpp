@@ -48,9 +48,17 @@ struct FrameScore {
   long ink = 0;
 };
 
+// Otsu threshold of the small image; four histograms, so that runs of one level (the paper)
+// do not wait on one counter.
 int OtsuOf(GreyImage const& g) {
-  int hist[256] = {};
-  for (uint8_t p : g.pixels) ++hist[p];
+  int part[4][256] = {};
+  std::size_t const n = g.pixels.size();
+  std::size_t i = 0;
+  for (; i + 3 < n; i += 4)
+    for (int k = 0; k < 4; ++k) ++part[k][g.pixels[i + std::size_t(k)]];
+  for (; i < n; ++i) ++part[0][g.pixels[i]];
+  int hist[256];
+  for (int v = 0; v < 256; ++v) hist[v] = part[0][v] + part[1][v] + part[2][v] + part[3][v];
   int const t = DibOtsuThreshold(hist, 256, 0, 255, nullptr);
   return t < 0 ? 0 : t;
 }
@@ -95,12 +103,11 @@ void ScoreProfile(std::vector<double> const& p, FrameScore& s) {
   }
 }
 
-FrameScore ScoreFrame(GreyImage const& g, int dpiOfSmall) {
+FrameScore ScoreFrame(GreyImage const& g, int threshold, int dpiOfSmall) {
   FrameScore s;
   double angle = 0.0;
   if (!HoughSkewOf(g, angle)) angle = 0.0;
   double const slope = std::tan(angle);
-  int const threshold = OtsuOf(g);
   int const stripWidth = std::max(32, kStripInches * dpiOfSmall);
   int const strips = std::max(1, (g.width + stripWidth / 2) / stripWidth);
   int const pad = int(std::ceil(std::fabs(slope) * (g.width / strips + 1))) + 1;
@@ -113,7 +120,7 @@ FrameScore ScoreFrame(GreyImage const& g, int dpiOfSmall) {
       int const strip = std::min(strips - 1, int(int64_t(x) * strips / g.width));
       double const centre = (strip + 0.5) * g.width / strips;
       // The row this pixel's line crosses the strip's centre at.
-      int const bin = int(std::lround(y - slope * (x - centre))) + pad;
+      int const bin = int(std::floor(y - slope * (x - centre) + 0.5)) + pad;
       if (bin >= 0 && bin < g.height + 2 * pad) profiles[std::size_t(strip)][std::size_t(bin)] += 1.0;
       ++s.ink;
     }
@@ -138,8 +145,9 @@ int DominantOrientation(DibView const& src, int bitsPerPixel, int dpi, int& conf
     turned.height = upright.width;
     turned.pixels.resize(upright.pixels.size());
     QuarterTurn(turned.View(), upright.View(), 8, 1);
-    FrameScore const a = ScoreFrame(upright, smallDpi);
-    FrameScore const b = ScoreFrame(turned, smallDpi);
+    int const threshold = OtsuOf(upright);  // the same pixels in both frames
+    FrameScore const a = ScoreFrame(upright, threshold, smallDpi);
+    FrameScore const b = ScoreFrame(turned, threshold, smallDpi);
     double const ca = a.weight > 0.0 ? a.contrast / a.weight : 0.0;
     double const cb = b.weight > 0.0 ? b.contrast / b.weight : 0.0;
     bool const sideways = cb > ca;
