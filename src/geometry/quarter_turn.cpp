@@ -46,18 +46,12 @@ void TurnBytes(DibView const& dst, DibView const& src, int quarters) {
       for (int k = 0; k < v1 - v0; ++k) {
         int const v = bottomUp ? v1 - 1 - k : v0 + k;
         uint8_t* out = dst.Row(v) + std::ptrdiff_t(u0) * B;
-        if (quarters == 1) {  // dst(u, v) = src(v, H-1-u)
-          for (int u = u0; u < u1; ++u, out += B) {
-            uint8_t const* in = src.Row(H - 1 - u) + std::ptrdiff_t(v) * B;
-            for (int c = 0; c < B; ++c) out[c] = in[c];
-          }
-        } else {  // dst(u, v) = src(W-1-v, u)
-          std::ptrdiff_t const x = std::ptrdiff_t(W - 1 - v) * B;
-          for (int u = u0; u < u1; ++u, out += B) {
-            uint8_t const* in = src.Row(u) + x;
-            for (int c = 0; c < B; ++c) out[c] = in[c];
-          }
-        }
+        // One turn: dst(u, v) = src(v, H-1-u), walking up the source column; three turns:
+        // dst(u, v) = src(W-1-v, u), walking down it.
+        std::ptrdiff_t const down = quarters == 1 ? -src.step : src.step;
+        uint8_t const* in = quarters == 1 ? src.Row(H - 1 - u0) + std::ptrdiff_t(v) * B
+                                          : src.Row(u0) + std::ptrdiff_t(W - 1 - v) * B;
+        for (int u = u0; u < u1; ++u, out += B, in += down) std::memcpy(out, in, B);
       }
     }
   }
