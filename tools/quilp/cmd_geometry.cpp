@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "pages/page_maker.h"
 #include "quilp/cli.h"
 
 namespace quilp_cli {
@@ -65,8 +66,10 @@ int RunDeskew(Args const& args) {
 int RunOrient(Args const& args) {
   Dib image = ReadBmp(args.Positional(0, "input file"));
   NeedDepth(image.get());
+  tagRect32 rect;
+  tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
   int confidence = 0;
-  int const k = DibDetectDominantOrientation(image.get(), &confidence, nullptr);
+  int const k = DibDetectDominantOrientation(image.get(), &confidence, r);
   if (k == -2) throw CliError("memory ran out");
   std::printf("quarters %d confidence %d\n", k, confidence);
   if (args.Has("fix")) {
@@ -114,13 +117,26 @@ void DemoGeometry(DemoContext& demo) {
     demo.Say(line);
     demo.Write("deskewed.bmp", straight.get(), "the sample page turned straight");
   }
-  Dib upsideDown(DibRotateBy90(straight ? straight.get() : demo.page, 2, nullptr));
+  // Orientation reads Latin text's ascenders: a text page drawn with Latin shapes, turned
+  // upside down and back.
+  quilp_pages::PageSpec layout;
+  layout.width = 1240;
+  layout.height = 1754;
+  layout.dpi = 150;
+  layout.bitCount = 8;
+  layout.photo = false;
+  layout.stamp = false;
+  layout.latinShapes = true;
+  layout.skewDegrees = 2.0;
+  Dib text(quilp_pages::MakePage(layout));
+  Dib upsideDown(text ? DibRotateBy90(text.get(), 2, nullptr) : nullptr);
   if (!upsideDown) return;
-  demo.Write("upside-down.bmp", upsideDown.get(), "the page turned upside down");
+  demo.Write("upside-down.bmp", upsideDown.get(), "a text page turned upside down");
   int confidence = 0;
   int const k = DibDetectDominantOrientation(upsideDown.get(), &confidence, nullptr);
   char line[160];
-  std::snprintf(line, sizeof line, "orientation of the upside-down page: %d quarter turns (confidence %d)",
+  std::snprintf(line, sizeof line,
+                "orientation of the upside-down page: %d quarter turns make it upright (confidence %d)",
                 k, confidence);
   demo.Say(line);
   Dib upright(DibRotateBy90(upsideDown.get(), k < 0 ? 0 : k, nullptr));
@@ -136,9 +152,9 @@ Registrar const turn{Command{"turn", "turn IN.bmp OUT.bmp --quarters K",
                              {"quarters"}, {}, RunTurn}};
 Registrar const deskew{Command{"deskew", "deskew IN.bmp OUT.bmp",
                                "straighten the page; prints the angle corrected", {}, {}, RunDeskew}};
-Registrar const orient{Command{"orient", "orient IN.bmp [--fix OUT.bmp]",
+Registrar const orient{Command{"orient", "orient IN.bmp [--fix OUT.bmp] [--rect l,t,r,b]",
                                "quarter turns that make the text upright and the confidence",
-                               {"fix"}, {}, RunOrient}};
+                               {"fix", "rect"}, {}, RunOrient}};
 Registrar const canonize{Command{"canonize", "canonize IN.bmp OUT.bmp",
                                  "standard palette and colour count (grey or colour as the palette says)",
                                  {}, {}, RunCanonize}};
