@@ -631,3 +631,97 @@ bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int 
 }
 
 // (end of skew estimation and downscaling)
+
+
+// ---- Zoomed previews and upscaling ------------------------------------------------
+
+#include "scale/upscale.h"
+#include "scale/zoom.h"
+#include "scale/zoom_axis.h"
+#include "scale/zoom_deskewed.h"
+
+namespace {
+
+// A resolution scaled by result / area pixels, rounded; 0 stays 0.
+int ScaledResolution(int pelsPerMetre, int result, int area) {
+  double const r = std::floor(double(pelsPerMetre) * result / area + 0.5);
+  return r >= double(INT_MAX) ? INT_MAX : r <= 0.0 ? 0 : int(r);
+}
+
+// The clamped area of a zoom and the result's size; false when either is refused.
+struct ZoomGeometry {
+  Area area;
+  int width = 0, height = 0;
+};
+
+bool ZoomGeometryOf(DibInfo const* src, double factor, tagRect32 const* rect, ZoomGeometry& g) {
+  if (!ClampRect(src, rect, g.area)) return false;
+  g.width = ZoomLength(g.area.width, factor);
+  g.height = ZoomLength(g.area.height, factor);
+  return g.width > 0 && g.height > 0;
+}
+
+// A result record of the zoom's size, the source's row order and the scaled resolutions.
+DibInfo* MakeZoomResult(DibInfo const* src, ZoomGeometry const& g, int depth) {
+  return DibCreateForOverwrite(g.width, src->biHeight > 0 ? g.height : -g.height,
+                               ScaledResolution(src->XPelsPerMeter(), g.width, g.area.width),
+                               ScaledResolution(src->YPelsPerMeter(), g.height, g.area.height),
+                               depth);
+}
+
+DibInfo* Zoom(DibInfo* src, double factor, tagRect32 const* rect, ZoomResult result) {
+  if (!src) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 1 && depth != 8 && depth != 24 && depth != 32) return nullptr;
+  ZoomGeometry g;
+  if (!ZoomGeometryOf(src, factor, rect, g)) return nullptr;
+  DibHolder made(MakeZoomResult(src, g, result == ZoomResult::kGrey ? 8 : depth));
+  if (!made || !DibZoomView(MakeView(made.get()), MakeView(src, g.area), depth, result))
+    return nullptr;
+  return made.release();
+}
+
+}  // namespace
+
+DibInfo* DibMakeZoom8(DibInfo* src, double factor, tagRect32* rect) {
+  return Zoom(src, factor, rect, ZoomResult::kGrey);
+}
+
+DibInfo* DibMakeZoom(DibInfo* src, double factor, tagRect32* rect) {
+  return Zoom(src, factor, rect, ZoomResult::kSameDepth);
+}
+
+DibInfo* DibMakeZoomDeskewed(DibInfo* src, double factor, double angle, tagRect32* rect) {
+  if (!src) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 1 && depth != 8 && depth != 24 && depth != 32) return nullptr;
+  if (!std::isfinite(angle) || std::fabs(angle) > kMaxDeskewAngle) return nullptr;
+  ZoomGeometry g;
+  if (!ZoomGeometryOf(src, factor, rect, g)) return nullptr;
+  DibHolder made(MakeZoomResult(src, g, 8));
+  if (!made || !DibZoomDeskewedView(MakeView(made.get()), MakeView(src, g.area), depth, angle))
+    return nullptr;
+  return made.release();
+}
+
+int DibUpscale(DibInfo*& dst, DibInfo const* src, double factor, tagRect32 const* rect) {
+  if (!src) return kDibInvalid;
+  CDibFlowControl frame;
+  int const depth = src->BitsPerPixel();
+  DibPlane from;
+  if (frame.AddSource(&from, src, depth, rect) < 0) return frame.GetStatus();
+  bool const allowed = depth == 1 ? factor == 2.0 || factor == 3.0 || factor == 4.0
+                                  : std::isfinite(factor) && factor >= 1.0;
+  ZoomGeometry g;
+  if (!allowed || !ZoomGeometryOf(src, factor, rect, g)) return frame.Fail(kDibInvalid);
+  if (dst && (dst->BitsPerPixel() != depth || dst->Width() < g.width || dst->Height() < g.height))
+    return frame.Fail(kDibInvalid);
+  DibHolder made(dst ? nullptr : MakeZoomResult(src, g, depth));
+  if (!dst && !made) return frame.Fail(kDibNoMemory);
+  DibPlane const to = MakePlane(dst ? dst : made.get(), Area{0, 0, g.width, g.height});
+  if (frame.SetSuccess(DibUpscalePlane(to, from)) < 0) return frame.GetStatus();
+  if (made) dst = made.release();
+  return frame.GetStatus();
+}
+
+// (end of zoomed previews and upscaling)

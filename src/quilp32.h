@@ -619,4 +619,59 @@ QUILP_API bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFa
 /* (end of skew estimation and downscaling) */
 
 
+/* ---- Zoomed previews and upscaling ---------------------------------------------- */
+/*
+ * Previews shrink or enlarge a rectangle of a page (clamping rule; null: the whole image) by
+ * one factor for both axes. The result is round(size * factor) pixels per axis, at least 1,
+ * in the source's row order, with the resolutions scaled by the same ratio per axis (result
+ * size / area size, rounded). Per axis, a result no longer than the area averages each result
+ * pixel's footprint, source [X w / W, (X + 1) w / W) for w source and W result pixels, by
+ * exact area: pixels cut by the footprint's edges count by their overlap, nothing is rounded
+ * before the mean, which is rounded half up. A longer result interpolates bilinearly between
+ * the source pixels around (X + 0.5) w / W - 0.5, edges repeated. An 8-bit source is read as
+ * grey levels (its palette is not read). Null for a null source, a depth other than 1, 8, 24
+ * and 32, a factor that is not positive and finite, a rectangle with nothing inside the
+ * image, a result side beyond 2^31 - 1 or no memory.
+ */
+/* An 8-bit grey preview: colour is the equal-thirds grey (b + g + r) / 3 of each pixel,
+   averaged before any rounding; a 1-bit pixel is 0 (black, index 0) or 255 (white), so a
+   reduced 1-bit page becomes anti-aliased grey text. */
+QUILP_API DibInfo* DibMakeZoom8(DibInfo* src, double factor, tagRect32* rect);
+/* A preview of the source's depth: 8, 24 and 32 bits are averaged per byte. A 1-bit preview
+   is black where the grey preview's level is at most round(255 (1 - s / 2)), s being the
+   scale min(result / area size over both axes, 1): half of the share of ink a one-pixel
+   stroke leaves in a footprint turns it black, so thin strokes survive reduction (a quarter
+   size: levels up to 223 - 2 ink pixels of 16 - are black; enlarging: up to 128). */
+QUILP_API DibInfo* DibMakeZoom(DibInfo* src, double factor, tagRect32* rect);
+/* The 8-bit grey preview of the page as it will look once deskewed: the area is turned about
+   its centre by -angle (angle in radians, the skew as measured: positive means lines that
+   descend to the right, so they come out level) and zoomed by factor in the same pass, each
+   source pixel read once. The result has the zoomed area's size (round(size * factor));
+   corners that come from outside the area are white (255). Reduction (factor <= 1): each
+   source pixel's grey (as DibMakeZoom8) is spread bilinearly over the four result pixels
+   around its turned and scaled centre, and a result pixel is the weighted mean of what it
+   gathered; enlargement: each result pixel interpolates the source bilinearly at its turned
+   point. |angle| must be at most pi / 4. Null as the other previews, and for an angle that
+   is not finite or too large. */
+QUILP_API DibInfo* DibMakeZoomDeskewed(DibInfo* src, double factor, double angle,
+                                       tagRect32* rect);
+
+/* Enlargement for OCR and print (keyed-parameter frame, no key is read): the rectangle of src
+   (clamping rule) becomes round(size * factor) pixels per axis, placed at the top-left of the
+   caller's target (which must have the source's depth and room for it, else -1) or in a new
+   record of the source's row order, with the resolutions multiplied by result size / area
+   size per axis (rounded), so 150 dpi times 2 reads 300 dpi.
+     8, 24, 32 bits: factor >= 1 (1 copies), any fraction; cubic convolution (a = -0.5) per
+       byte around (X + 0.5) w / W - 0.5, edges repeated, rounded and clamped;
+     1 bit: factor 2, 3 or 4; the same cubic of the bits as 0 / 255, set from level 128 up,
+       so diagonal and curved edges come out smooth rather than as steps of the factor.
+   Returns 0; -1 for a null source, another depth, a factor that is not allowed for the depth
+   (not finite, below 1, or a non-listed 1-bit factor), an empty rectangle, a result side
+   beyond 2^31 - 1 or an unsuitable target; -2 when scratch memory runs out; -3 when the
+   result cannot be made. */
+QUILP_API int DibUpscale(DibInfo*& dst, DibInfo const* src, double factor, tagRect32 const* rect);
+
+/* (end of zoomed previews and upscaling) */
+
+
 #endif /* QUILP32_H */
