@@ -650,8 +650,9 @@ QUILP_API DibInfo* DibMakeZoom(DibInfo* src, double factor, tagRect32* rect);
    corners that come from outside the area are white (255). Reduction (factor <= 1): each
    source pixel's grey (as DibMakeZoom8) is spread bilinearly over the four result pixels
    around its turned and scaled centre, and a result pixel is the weighted mean of what it
-   gathered; enlargement: each result pixel interpolates the source bilinearly at its turned
-   point. |angle| must be at most pi / 4. Null as the other previews, and for an angle that
+   gathered; enlargement: each result pixel interpolates the rounded grey levels bilinearly
+   at its turned point, white outside the area blending into its edges. |angle| must be at
+   most pi / 4. Null as the other previews, and for an angle that
    is not finite or too large. */
 QUILP_API DibInfo* DibMakeZoomDeskewed(DibInfo* src, double factor, double angle,
                                        tagRect32* rect);

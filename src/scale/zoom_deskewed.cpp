@@ -5,9 +5,13 @@
 // and R the rotation (rows counted downwards, so R(-angle) levels a line that descends by
 // `angle`). Reduction walks the source in storage order: the mapped centre moves by a fixed
 // step along a row, so each pixel costs a few additions to place and four multiply-adds to
-// spread (a bilinear splat into weight and value sums of the result's size). Enlargement
-// walks the result and interpolates the source at the inverse map, four reads per pixel.
+// spread (a bilinear splat into weight and value sums of the result's size); unlike sampling
+// at the result's pixels, every source pixel counts, so thin strokes stay in the preview.
+// Enlargement walks the result and interpolates the grey area at the inverse map through
+// the geometry resampler, four reads per pixel.
 #include "scale/zoom_deskewed.h"
+
+#include "geometry/resample.h"
 
 #include <algorithm>
 #include <cmath>
@@ -82,34 +86,26 @@ void Gather(DibView const& dst, DibView const& src, int bitCount, Affine const& 
   }
 }
 
-void Sample(DibView const& dst, DibView const& src, int bitCount, Affine const& m) {
-  // Grey of the whole source once: enlargement reads every source row many times.
+// Enlargement: the area's grey levels, rounded, go through the geometry resampler (bilinear,
+// white outside, edges blended with it) under the inverse map.
+bool Sample(DibView const& dst, DibView const& src, int bitCount, Affine const& m) {
   std::size_t const w = std::size_t(src.width);
-  std::vector<double> grey(w * std::size_t(src.height));
-  for (int y = 0; y < src.height; ++y) GreyRow(&grey[std::size_t(y) * w], src, y, bitCount);
-  auto at = [&](int x, int y) {
-    return x < 0 || y < 0 || x >= src.width || y >= src.height
-               ? kPaper
-               : grey[std::size_t(y) * w + std::size_t(x)];
-  };
-  bool const down = dst.step > 0;
-  for (int k = 0; k < dst.height; ++k) {
-    int const Y = down ? k : dst.height - 1 - k;
-    uint8_t* out = dst.Row(Y);
-    for (int X = 0; X < dst.width; ++X) {
-      double const u = m.ox + m.xx * X + m.yx * Y, v = m.oy + m.xy * X + m.yy * Y;
-      double const fu = std::floor(u), fv = std::floor(v);
-      if (fu < -2 || fv < -2 || fu > src.width || fv > src.height) {
-        out[X] = uint8_t(kPaper);
-        continue;
-      }
-      int const x0 = int(fu), y0 = int(fv);
-      double const ax = u - fu, ay = v - fv;
-      double const top = at(x0, y0) * (1 - ax) + at(x0 + 1, y0) * ax;
-      double const bottom = at(x0, y0 + 1) * (1 - ax) + at(x0 + 1, y0 + 1) * ax;
-      out[X] = Level(top * (1 - ay) + bottom * ay);
-    }
+  std::vector<uint8_t> grey(w * std::size_t(src.height));
+  std::vector<double> row(w);
+  for (int y = 0; y < src.height; ++y) {
+    GreyRow(row.data(), src, y, bitCount);
+    for (std::size_t x = 0; x < w; ++x) grey[std::size_t(y) * w + x] = Level(row[x]);
   }
+  DibView plane;
+  plane.base = plane.top = grey.data();
+  plane.step = std::ptrdiff_t(w);
+  plane.width = src.width;
+  plane.height = src.height;
+  AffineMap map;
+  map.xx = m.xx, map.xy = m.yx, map.x0 = m.ox;
+  map.yx = m.xy, map.yy = m.yy, map.y0 = m.oy;
+  uint8_t const paper[4] = {255, 255, 255, 255};
+  return ResampleAffine(dst, plane, 1, map, Interpolation::kBilinear, paper);
 }
 
 }  // namespace
@@ -131,7 +127,7 @@ bool DibZoomDeskewedView(DibView const& dst, DibView const& src, int bitCount, d
       double const ix = 1.0 / sx, iy = 1.0 / sy;
       Affine const m{scx - (c * ix * dcx - s * iy * dcy), scy - (s * ix * dcx + c * iy * dcy),
                      c * ix, s * ix, -s * iy, c * iy};
-      Sample(dst, src, bitCount, m);
+      return Sample(dst, src, bitCount, m);
     }
   } catch (std::exception const&) {  // bad_alloc, or length_error for huge sizes
     return false;

@@ -13,8 +13,8 @@ constexpr double kMaxDeskewAngle = 0.78539816339744831;
 // most as large as the source on both axes gathers: every source pixel is read once and
 // spreads its grey bilinearly over the four result pixels around its turned centre, each
 // result pixel being the weighted mean of what it gathered (255 when nothing). A larger
-// result samples the source bilinearly at each result pixel's turned centre, the outside
-// white. Result rows are written in storage order. False when memory runs out.
+// result samples the rounded grey levels bilinearly at each result pixel's turned centre,
+// the outside white and blended into the edges. Result rows are written in storage order. False when memory runs out.
 bool DibZoomDeskewedView(DibView const& dst, DibView const& src, int bitCount, double angle);
 
 }  // namespace quilp
