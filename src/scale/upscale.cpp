@@ -5,7 +5,7 @@
 // result rows), and each result row is the vertical cubic of four of them, (sum + 2^21) >>
 // 22 clamped to 0..255. With |weights| summing to at most 1.25 the sums stay below 2^31.
 // Cost per result pixel: four multiply-adds vertically, and 4 / (vertical factor) of them
-// horizontally. 1-bit rows are spread to 0 / 255 bytes first and the levels thresholded at
+// horizontally; the row loops are vectorized per tier (upscale_rows.h). 1-bit rows are spread to 0 / 255 bytes first and the levels thresholded at
 // 128, so edges come out smooth instead of in steps of the factor.
 #include "scale/upscale.h"
 
@@ -15,13 +15,14 @@
 #include <stdexcept>
 #include <vector>
 
+#include "scale/upscale_rows.h"
+#include "simd/dispatch.h"
+
 namespace quilp {
 namespace {
 
-constexpr int kWeightBits = 11;          // each pass's weights sum to 2^11
-constexpr double kCubicA = -0.5;         // the interpolating cubic's free parameter
-constexpr int32_t kRound = 1 << (2 * kWeightBits - 1);
-constexpr int kThreshold1 = 128;         // 1-bit results: set from this level up
+constexpr double kCubicA = -0.5;  // the interpolating cubic's free parameter
+constexpr int kThreshold1 = 128;  // 1-bit results: set from this level up
 
 // The four taps of every result index along one axis: clamped source indices and weights.
 struct CubicAxis {
@@ -54,30 +55,58 @@ uint8_t const* SourceBytes(DibPlane const& src, int y, std::vector<uint8_t>& spr
   return spread.data();
 }
 
-void FilterRow(int32_t* out, uint8_t const* row, CubicAxis const& ax, int width, std::size_t ch) {
-  int32_t const* idx = ax.index.data();
-  int32_t const* w = ax.weight.data();
+// Result pixels X0 .. X1 - 1 of one row, through the per-pixel taps.
+void FilterRow(int32_t* out, uint8_t const* row, CubicAxis const& ax, int X0, int X1,
+               std::size_t ch) {
+  int32_t const* idx = ax.index.data() + 4 * std::size_t(X0);
+  int32_t const* w = ax.weight.data() + 4 * std::size_t(X0);
   if (ch == 1) {
-    for (int X = 0; X < width; ++X, idx += 4, w += 4)
+    for (int X = X0; X < X1; ++X, idx += 4, w += 4)
       out[X] = w[0] * row[idx[0]] + w[1] * row[idx[1]] + w[2] * row[idx[2]] + w[3] * row[idx[3]];
     return;
   }
-  for (int X = 0; X < width; ++X, idx += 4, w += 4)
+  for (int X = X0; X < X1; ++X, idx += 4, w += 4)
     for (std::size_t c = 0; c < ch; ++c)
       out[std::size_t(X) * ch + c] =
           w[0] * row[std::size_t(idx[0]) * ch + c] + w[1] * row[std::size_t(idx[1]) * ch + c] +
           w[2] * row[std::size_t(idx[2]) * ch + c] + w[3] * row[std::size_t(idx[3]) * ch + c];
 }
 
-void VerticalRow(uint8_t* out, int32_t const* const rows[4], int32_t const w[4], std::size_t n) {
-  for (std::size_t i = 0; i < n; ++i) {
-    int32_t const v = (w[0] * rows[0][i] + w[1] * rows[1][i] + w[2] * rows[2][i] +
-                       w[3] * rows[3][i] + kRound) >> (2 * kWeightBits);
-    out[i] = uint8_t(std::clamp(v, 0, 255));
+// One-byte rows enlarged by a whole factor K (2, 3 or 4): result K i + p always has the
+// weights of phase p and taps at i + lead[p] .. + 3, so away from the edges the row is K
+// fixed filters over consecutive source bytes (the tier's loop); the edges use the taps.
+void FilterRowTimes(int32_t* out, uint8_t const* row, CubicAxis const& ax, int s, int K,
+                    UpscaleRows const& loops) {
+  int lead[4];
+  int32_t w[4][4];
+  for (int p = 0; p < K; ++p) {
+    lead[p] = int(std::floor((p + 0.5) / K - 0.5)) - 1;
+    for (int j = 0; j < 4; ++j) w[p][j] = ax.weight[std::size_t(4 * p + j)];
   }
+  int const first = 2, last = s - 3;  // source pixels whose taps all lie inside the row
+  if (last < first) {
+    FilterRow(out, row, ax, 0, K * s, 1);
+    return;
+  }
+  FilterRow(out, row, ax, 0, K * first, 1);
+  loops.phased[K - 2](out, row, first, last, w, lead);
+  FilterRow(out, row, ax, K * (last + 1), K * s, 1);
+}
+
+// The horizontal pass of one source row into `out` (dst.width * ch sums).
+void FilterSourceRow(int32_t* out, uint8_t const* row, CubicAxis const& ax, int s, int d,
+                     std::size_t ch, UpscaleRows const& loops) {
+  int64_t const K = d / s;
+  if (ch == 1 && K * s == d && K >= 2 && K <= 4) FilterRowTimes(out, row, ax, s, int(K), loops);
+  else FilterRow(out, row, ax, 0, d, ch);
 }
 
 }  // namespace
+
+UpscaleRows const& UpscaleRowsScalar() {
+  static UpscaleRows const table = MakeUpscaleRows();
+  return table;
+}
 
 void CubicWeights(double t, int32_t weights[4]) {
   double const a = kCubicA, u = 1.0 - t;
@@ -89,15 +118,17 @@ void CubicWeights(double t, int32_t weights[4]) {
   };
   int32_t sum = 0;
   for (int k = 0; k < 4; ++k) {
-    weights[k] = int32_t(std::floor(w[k] * (1 << kWeightBits) + 0.5));
+    weights[k] = int32_t(std::floor(w[k] * (1 << kCubicBits) + 0.5));
     sum += weights[k];
   }
-  weights[t < 0.5 ? 1 : 2] += (1 << kWeightBits) - sum;  // the nearest pixel takes the rest
+  weights[t < 0.5 ? 1 : 2] += (1 << kCubicBits) - sum;  // the nearest pixel takes the rest
 }
 
 bool DibUpscalePlane(DibPlane const& dst, DibPlane const& src) {
   bool const bits = src.format == kDibFormat1;
   int const ch = bits ? 1 : BytesPerPixel(src.format);
+  UpscaleRows const& loops = simd::Pick(UpscaleRowsScalar(), QUILP_VECTOR_TABLE(UpscaleRowsSse41()),
+                                        QUILP_VECTOR_TABLE(UpscaleRowsAvx2()));
   try {
     CubicAxis const ax = MakeCubicAxis(src.width, dst.width);
     CubicAxis const ay = MakeCubicAxis(src.height, dst.height);
@@ -118,14 +149,14 @@ bool DibUpscalePlane(DibPlane const& dst, DibPlane const& src) {
         if (slot < 0) {  // a slot no tap of this row uses
           for (int s = 0; s < 4 && slot < 0; ++s)
             if (std::find(taps, taps + 4, ringRow[s]) == taps + 4) slot = s;
-          FilterRow(&ring[std::size_t(slot) * n], SourceBytes(src, taps[t], spread), ax,
-                    dst.width, std::size_t(ch));
+          FilterSourceRow(&ring[std::size_t(slot) * n], SourceBytes(src, taps[t], spread), ax,
+                          src.width, dst.width, std::size_t(ch), loops);
           ringRow[slot] = taps[t];
         }
         rows[t] = &ring[std::size_t(slot) * n];
       }
       uint8_t* out = bits ? levels.data() : dst.Row(Y);
-      VerticalRow(out, rows, &ay.weight[4 * std::size_t(Y)], n);
+      loops.vertical(out, rows, &ay.weight[4 * std::size_t(Y)], n);
       if (bits) {
         uint8_t* row = dst.Row(Y);
         for (int X = 0; X < dst.width; ++X) {

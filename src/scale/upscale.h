@@ -2,6 +2,9 @@
 // threshold for 1-bit pages.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+
 #include "params/plane.h"
 
 namespace quilp {
@@ -18,5 +21,21 @@ void CubicWeights(double t, int32_t weights[4]);
 // is interpolated as grey (set bit 255) and the result set where the level is 128 or more.
 // Rows are written in dst's storage order. False when memory runs out.
 bool DibUpscalePlane(DibPlane const& dst, DibPlane const& src);
+
+// Fixed point of the two passes: weights in 1/2^kCubicBits each, results rounded by
+// kCubicRound before the shift by 2 kCubicBits.
+inline constexpr int kCubicBits = 11;
+inline constexpr int32_t kCubicRound = int32_t(1) << (2 * kCubicBits - 1);
+
+// Row loops per vector tier (every tier gives the scalar integers): the vertical pass, and
+// the horizontal pass of one-byte rows enlarged 2, 3 or 4 times (see upscale_rows.h).
+struct UpscaleRows {
+  void (*vertical)(uint8_t* out, int32_t const* const rows[4], int32_t const w[4], std::size_t n);
+  void (*phased[3])(int32_t* out, uint8_t const* row, int first, int last,
+                    int32_t const (*w)[4], int const* lead);
+};
+UpscaleRows const& UpscaleRowsScalar();
+UpscaleRows const& UpscaleRowsSse41();
+UpscaleRows const& UpscaleRowsAvx2();
 
 }  // namespace quilp
