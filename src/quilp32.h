@@ -647,11 +647,12 @@ QUILP_API bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFa
  *     v < ceil((a + t) / 2) is black and v >= ceil((t + b) / 2) white; method 4's rule (its
  *     variant, window and k) decides the levels between, so empty paper stays white.
  *  6  paper surface and contrast: the paper level B under each pixel is estimated from the
- *     lightest levels of f x f blocks (f = window / 8) closed over a window and smoothed, and
+ *     mean levels of f x f blocks (f = window / 8) closed over a window and smoothed, and
  *     interpolated back; the contrast d = (B - v) * 255 / B is split by Otsu's threshold into
  *     paper and ink, and with p, q their median contrasts a pixel is black when
- *     d >= p + k (q - p) (default k 0.50, window dpi / 6: 51 at 300 dpi). An area whose ink
- *     and paper contrasts differ by less than 16 is all white.
+ *     d >= p + k (q - p) and d >= 2.5 sigma 255 / B, sigma being the paper's noise (from the
+ *     pixels lighter than B). Default k 0.50, window dpi / 6 (51 at 300 dpi). An area whose
+ *     ink and paper contrasts differ by less than 16 is all white.
  *  7  the recommended method: 6 with its defaults, whatever the window, k, variant and range.
  * Limits: window at most 4095 and, when given, no wider or taller than the area; variant 0..2;
  * range (R) 0 or more.

@@ -16,6 +16,9 @@ namespace {
 
 // Contrast below this (in d units) between the paper and ink classes is paper noise.
 constexpr int kMinInkContrast = 16;
+// A pixel must lie this many paper-noise deviations below the paper to be ink.
+constexpr double kNoiseSigmas = 2.5;
+constexpr double kMedianPerSigma = 0.674;
 
 // d = (B - v) * 255 / B for v < B, else 0.
 inline int Contrast(int b, int v) { return v < b ? (b - v) * 255 / b : 0; }
@@ -63,16 +66,29 @@ bool Surface::Build(DibView const& grey, int window) {
     return false;
   }
   StoredRows const rows(grey);
-  for (int y = 0; y < grey.height; ++y) {  // lightest level of each block
+  std::vector<uint32_t> sums;
+  try {
+    sums.assign(n, 0);
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+  for (int y = 0; y < grey.height; ++y) {  // mean level of each block
     uint8_t const* src = rows.view.Row(y);
-    uint8_t* b = &blocks_[std::size_t(rows.Visual(y) / f_) * std::size_t(sw_)];
+    uint32_t* b = &sums[std::size_t(rows.Visual(y) / f_) * std::size_t(sw_)];
     for (int x = 0, bx = 0; x < grey.width; x += f_, ++bx) {
       int const end = std::min(grey.width, x + f_);
-      uint8_t m = b[bx];
-      for (int i = x; i < end; ++i) m = std::max(m, src[i]);
-      b[bx] = m;
+      uint32_t sum = 0;
+      for (int i = x; i < end; ++i) sum += src[i];
+      b[bx] += sum;
     }
   }
+  for (int by = 0; by < sh_; ++by)
+    for (int bx = 0; bx < sw_; ++bx) {
+      uint32_t const count = uint32_t(std::min(f_, grey.width - bx * f_)) *
+                             uint32_t(std::min(f_, grey.height - by * f_));
+      std::size_t const i = std::size_t(by) * std::size_t(sw_) + std::size_t(bx);
+      blocks_[i] = static_cast<uint8_t>((sums[i] + count / 2) / count);
+    }
   DibPlane plane;
   plane.width = sw_;
   plane.height = sh_;
@@ -146,15 +162,23 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
   }
   if (!surface.Build(grey, window)) return false;
   StoredRows const rows(grey);
-  // Pass 1: the contrast histogram.
-  std::vector<double> hist(256, 0.0);
-  std::vector<int> counts(256, 0);
+  // Pass 1: the histograms of the contrast d (pixels darker than the paper) and of the
+  // excess v - B of those lighter than it, which is paper noise alone.
+  std::vector<double> hist(256, 0.0), excess(256, 0.0);
+  std::vector<int> counts(512, 0);
   for (int y = 0; y < grey.height; ++y) {
     uint8_t const* src = rows.view.Row(y);
     surface.Row(rows.Visual(y), paper.data());
     std::fill(counts.begin(), counts.end(), 0);
-    for (int x = 0; x < grey.width; ++x) ++counts[Contrast(paper[x], src[x])];
-    for (int i = 0; i < 256; ++i) hist[i] += counts[i];
+    for (int x = 0; x < grey.width; ++x) {
+      int const b = paper[x], v = src[x];
+      ++counts[v < b ? Contrast(b, v) : 256 + v - b];
+    }
+    for (int i = 0; i < 256; ++i) {
+      hist[i] += counts[i];
+      excess[i] += counts[256 + i];
+      hist[0] += counts[256 + i];
+    }
   }
   // The paper and ink classes and the cut between them.
   std::vector<int> ihist(256);
@@ -166,13 +190,18 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
   if (split < 0) return false;
   int const p = Median(hist.data(), 0, std::max(split, 1));
   int const q = Median(hist.data(), std::max(split, 1), 256);
+  // Paper noise: the median excess is 0.674 deviations of a normal spread.
+  double const sigma = Median(excess.data(), 1, 256) / kMedianPerSigma;
   int cut[256];  // black exactly when v < cut[B]
   int const level = q - p < kMinInkContrast
                         ? 256
                         : static_cast<int>(std::ceil(p + k * (q - p)));
   for (int b = 0; b < 256; ++b) {
+    // Dark paper carries the same noise in fewer levels: never closer to it than kNoiseSigmas.
+    int const noise = b > 0 ? static_cast<int>(std::ceil(kNoiseSigmas * sigma * 255.0 / b)) : 256;
+    int const need = std::max(level, noise);
     int v = 0;
-    while (v < 256 && Contrast(b, v) >= level) ++v;
+    while (v < 256 && Contrast(b, v) >= need) ++v;
     cut[b] = v;
   }
   // Pass 2: the decision.
