@@ -87,4 +87,33 @@ TEST(CliBinarize, BadOptionsGiveOneLine) {
   ExpectRefusal("binarize " + p.grey + out + " --threshold x", "bad number");
   ExpectRefusal("binarize " + p.grey + out + " --rect 40,0,50,5", "must lie inside");
   ExpectRefusal("binarize " + p.grey, "missing output");
+  ExpectRefusal("binarize " + p.grey + out + " --method otsu", "--method is");
+  ExpectRefusal("binarize " + p.grey + out + " --method auto --k 0.5", "takes no");
+  ExpectRefusal("binarize " + p.grey + out + " --method sauvola --invert", "does not combine");
+  ExpectRefusal("binarize " + p.grey + out + " --window 15", "go with --method");
+  ExpectRefusal("binarize " + p.grey + out + " --method niblack --window 45", "window larger");
+}
+
+TEST(CliBinarize, AdaptiveMethodsWriteOneBit) {
+  Pages const& p = Files();
+  std::string const bw = Out("adaptive.bmp");
+  for (std::string const& args : {p.grey + " " + bw + " --method sauvola --window 15 --k 0.3",
+                                  p.colour + " " + bw + " --method wolf --rect 0,0,29,29",
+                                  p.grey + " " + bw + " --method auto"}) {
+    SCOPED_TRACE(args);
+    Outcome r = Quilp("binarize " + args);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_TRUE(Says(Quilp("info " + bw), "1 bits per pixel"));
+  }
+}
+
+
+TEST(CliBinarize, DemoBinarizesItsPage) {
+  std::string const folder = Out("demo-binarize");
+  Outcome r = Quilp("demo " + folder);
+  ASSERT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(Says(r, "otsu threshold of the page")) << r.out;
+  EXPECT_TRUE(Says(r, folder + "/binarized-otsu.bmp")) << r.out;
+  EXPECT_TRUE(Says(Quilp("info " + folder + "/binarized-otsu.bmp"), "1 bits per pixel"));
+  EXPECT_TRUE(Says(r, folder + "/shadow-faded-otsu-auto.bmp")) << r.out;
 }

@@ -1,6 +1,10 @@
-// cmd_binarize.cpp - "quilp otsu" and "quilp binarize": Otsu levels and global binarization,
-// and the demo step that binarizes the sample page.
+// cmd_binarize.cpp - "quilp otsu" and "quilp binarize": Otsu levels, global and adaptive
+// binarization, and the demo steps that binarize the sample page and a shadowed, faded one.
+#include <cmath>
 #include <cstdio>
+#include <cstring>
+
+#include "pages/page_maker.h"
 
 #include "quilp/cli.h"
 
@@ -42,6 +46,40 @@ void ParseBand(std::string const& text, int& from, int& to) {
   to = ParseInt(parts[1], "band to");
 }
 
+// --method NAME -> the adaptive method code and Niblack-family variant.
+void ParseMethod(std::string const& name, int& method, int& variant) {
+  struct Known { char const* name; int method, variant; };
+  static Known const known[] = {{"niblack", 4, 0}, {"sauvola", 4, 1}, {"wolf", 4, 2},
+                                {"niglob", 5, 0},  {"stat", 6, 0},    {"auto", 7, 0}};
+  for (Known const& k : known)
+    if (name == k.name) {
+      method = k.method;
+      variant = k.variant;
+      return;
+    }
+  throw CliError("--method is niblack, sauvola, wolf, niglob, stat or auto");
+}
+
+DibInfo* Adaptive(Args const& args, DibInfo* src, tagRect32* r) {
+  for (char const* other : {"threshold", "otsu", "classes", "band", "invert", "ignore-extremes"})
+    if (args.Has(other))
+      throw CliError(std::string("--method does not combine with --") + other);
+  SDibBinarizeSetup setup{};
+  ParseMethod(args.Get("method"), setup.method, setup.variant);
+  if (setup.method == 7 && (args.Has("window") || args.Has("k")))
+    throw CliError("--method auto takes no --window or --k (use stat to tune)");
+  setup.window = args.GetInt("window", 0);
+  if (setup.window < 0 || setup.window > 4095) throw CliError("--window is 1..4095 pixels");
+  double const k = args.GetDouble("k", 0.0);
+  if (!(std::fabs(k) <= 10.0)) throw CliError("--k lies between -10 and 10");
+  setup.k = static_cast<int>(std::lround(k * 100));
+  DibInfo* bw = DibBinarizeCommon(src, setup, r);
+  if (!bw)
+    throw CliError("the binarization failed (window larger than the area, rectangle outside "
+                   "the image, or a colour area without a grey axis)");
+  return bw;
+}
+
 int RunBinarize(Args const& args) {
   Dib src = ReadBmp(args.Positional(0, "input file"));
   std::string const& out = args.Positional(1, "output file");
@@ -50,7 +88,11 @@ int RunBinarize(Args const& args) {
   tagRect32* r = args.GetRectInside("rect", rect, src.get()) ? &rect : nullptr;
   bool const invert = args.Has("invert");
   DibInfo* bw = nullptr;
-  if (args.Has("threshold")) {
+  if (!args.Has("method") && (args.Has("window") || args.Has("k")))
+    throw CliError("--window and --k go with --method");
+  if (args.Has("method")) {
+    bw = Adaptive(args, src.get(), r);
+  } else if (args.Has("threshold")) {
     if (args.Has("otsu") || args.Has("classes") || args.Has("band") || args.Has("ignore-extremes"))
       throw CliError("--threshold does not combine with the Otsu options");
     if (src->BitsPerPixel() != 8)
@@ -88,6 +130,45 @@ void DemoBinarize(DemoContext& demo) {
                "the middle of three Otsu classes black, pure black and white ignored");
 }
 
+// A page as a phone or a book scanner sees it: faded ink, light falling off toward the gutter.
+void DemoAdaptive(DemoContext& demo) {
+  quilp_pages::PageSpec layout;
+  layout.width = 1654;  // A4 at 200 dpi
+  layout.height = 2339;
+  layout.dpi = 200;
+  layout.bitCount = 8;
+  layout.noise = 6;
+  layout.fade = 0.75;
+  layout.stamp = false;
+  layout.photo = false;
+  layout.seed = 12;
+  Dib page(quilp_pages::MakePage(layout));
+  if (!page) return;
+  int const w = page->Width(), h = page->Height();
+  for (int y = 0; y < h; ++y) {
+    unsigned char* row = page->GetLine(y);
+    for (int x = 0; x < w; ++x) {
+      double const d = x / (0.12 * w);
+      double const light = 1.0 - 0.65 * std::exp(-d * d) - 0.15 * y / h;
+      row[x] = static_cast<unsigned char>(row[x] * light + 0.5);
+    }
+  }
+  demo.Write("shadow-faded.bmp", page.get(), "a page with faded ink and a gutter shadow");
+  Dib otsu(DibBinarizeOtsu(page.get(), 2, 0, 0, false, nullptr));
+  SDibBinarizeSetup const recommended{7, 0, 0, 0, 0};
+  Dib adaptive(DibBinarizeCommon(page.get(), recommended, nullptr));
+  if (!otsu || !adaptive) return;
+  // Side by side: Otsu on the left, the recommended adaptive method on the right.
+  Dib both(DibCreate(2 * w, h, page->XPelsPerMeter(), page->YPelsPerMeter(), 1));
+  DibInfo* target = both.get();
+  tagPoint32 const right{w, 0};
+  if (!both || DibCopyZoneEx(target, otsu.get(), 0, nullptr, nullptr, nullptr, nullptr) != 0 ||
+      DibCopyZoneEx(target, adaptive.get(), 0, nullptr, nullptr, nullptr, &right) != 0)
+    return;
+  demo.Write("shadow-faded-otsu-auto.bmp", both.get(),
+             "that page binarized by Otsu (left) and by the adaptive method 7 (right)");
+}
+
 Registrar const otsu{Command{
     "otsu", "otsu IN.bmp [--classes 2|3] [--rect l,t,r,b]",
     "prints the Otsu threshold (2 classes) or the two levels of 3 classes",
@@ -95,10 +176,14 @@ Registrar const otsu{Command{
 Registrar const binarize{Command{
     "binarize",
     "binarize IN.bmp OUT.bmp [--threshold T | --otsu] [--classes 2|3] [--band from:to] "
-    "[--invert] [--ignore-extremes] [--rect l,t,r,b]",
-    "1-bit image: below a fixed threshold, or a band of Otsu classes, black (default --otsu)",
-    {"threshold", "classes", "band", "rect"}, {"otsu", "invert", "ignore-extremes"}, RunBinarize}};
+    "[--invert] [--ignore-extremes] [--rect l,t,r,b] | [--method niblack|sauvola|wolf|niglob|"
+    "stat|auto [--window N] [--k K]]",
+    "1-bit image: below a fixed threshold, a band of Otsu classes (default --otsu), or an "
+    "adaptive threshold (--method; auto is best without tuning)",
+    {"threshold", "classes", "band", "rect", "method", "window", "k"},
+    {"otsu", "invert", "ignore-extremes"}, RunBinarize}};
 Registrar const binarizeDemo{DemoStep{20, "binarize", DemoBinarize}};
+Registrar const adaptiveDemo{DemoStep{21, "adaptive binarization", DemoAdaptive}};
 
 }  // namespace
 }  // namespace quilp_cli
