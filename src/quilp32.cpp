@@ -637,7 +637,9 @@ bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int 
 
 #include "morph/clean_pimples.h"
 #include "morph/distance_transform.h"
+#include "morph/grey_gradient.h"
 #include "morph/ink_bits.h"
+#include "morph/morph_ops.h"
 #include "morph/squeeze.h"
 
 namespace {
@@ -712,6 +714,89 @@ DibInfo* DibDistanceTransform(DibInfo* src, int metric, int bits, int measure, t
     }
   }
   return made;
+}
+
+namespace {
+
+// The request of a setup; the element image, if any, is read into `element`. False when the
+// image cannot be read (not 1-bit, no memory).
+bool MorphRequestOf(SDibMorphSetup const& setup, InkBits& element, MorphRequest& request) {
+  request = {setup.oper, setup.shape, setup.hSize, setup.vSize, setup.angle, nullptr, setup.pattern};
+  if (setup.shape != DibShapeImage) return true;
+  DibInfo const* e = setup.element;
+  if (!e || e->BitsPerPixel() != 1 || e->Width() < 1 || e->Height() < 1) return false;
+  if (!LoadInk(element, MakeView(e), 0, false)) return false;
+  request.image = &element;
+  return true;
+}
+
+DibView ViewOfPlane(DibPlane const& p) {
+  DibView v;
+  v.top = p.data;
+  v.step = p.stride;
+  v.width = p.width;
+  v.height = p.height;
+  return v;
+}
+
+}  // namespace
+
+DibInfo* DibMorphCommon(DibInfo* src, SDibMorphSetup const* setup, tagRect32* rect) {
+  if (!src || !setup || (src->BitsPerPixel() != 1 && src->BitsPerPixel() != 8)) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  InkBits element;
+  MorphRequest request;
+  if (!MorphRequestOf(*setup, element, request)) return nullptr;
+  DibHolder made(CreateLike(src, area.width, area.height, src->BitsPerPixel()));
+  if (!made) return nullptr;
+  if (MorphArea(MakeView(made.get()), 0, MakeView(src, area), area.left % 8, src->BitsPerPixel(),
+                request) != 0)
+    return nullptr;
+  return made.release();
+}
+
+int DibMorphEx(DibInfo*& dst, DibInfo const* src, SDibMorphSetup const* setup, int count,
+               char const* const* names, char const* const* values, tagRect32 const* rect,
+               tagPoint32 const* origin) {
+  if (!src || !setup) return kDibInvalid;
+  CDibFlowControl frame;
+  SDibMorphSetup s = *setup;
+  frame.SetParams(count, names, values);
+  frame.GetIntParam(&s.oper, "oper", setup->oper);
+  frame.GetIntParam(&s.shape, "type", setup->shape);
+  frame.GetIntParam(&s.hSize, "hSize", setup->hSize);
+  frame.GetIntParam(&s.vSize, "vSize", setup->vSize);
+  int const depth = src->BitsPerPixel();
+  if (depth != 1 && depth != 8) return frame.Fail(kDibInvalid);
+  DibPlane from, to;
+  frame.AddSource(&from, src, depth, rect);
+  frame.AddTarget(&to, dst, depth, origin);
+  if (frame.GetStatus() != kDibOk) return frame.GetStatus();
+  InkBits element;
+  MorphRequest request;
+  if (!MorphRequestOf(s, element, request)) return frame.Fail(kDibInvalid);
+  int const status = MorphArea(ViewOfPlane(to), to.bitOffset, ViewOfPlane(from), from.bitOffset,
+                               depth, request);
+  return status < 0 ? frame.Fail(status) : frame.SetResult(status);
+}
+
+DibInfo* DibGradientMorpho(DibInfo* src, int kind, int size, tagRect32* rect) {
+  if (!src || src->BitsPerPixel() != 8 || kind < 0 || kind > 2) return nullptr;
+  if (size == 0) size = 3;
+  if (size < 1 || size % 2 == 0 || size > kMaxElementSize) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder made(CreateLike(src, area.width, area.height, 8));
+  if (!made) return nullptr;
+  if (size == 3) {
+    if (!GreyGradient3x3(MakeView(made.get()), MakeView(src, area), kind)) return nullptr;
+    return made.release();
+  }
+  MorphRequest const request = {int(MorphOperation::kGradient) + kind, int(ElementShape::kRect),
+                                size, size, 0.0, nullptr, nullptr};
+  if (MorphArea(MakeView(made.get()), 0, MakeView(src, area), 0, 8, request) != 0) return nullptr;
+  return made.release();
 }
 
 // (end of morphology)
