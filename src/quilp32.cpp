@@ -640,6 +640,7 @@ bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int 
 #include "morph/grey_gradient.h"
 #include "morph/ink_bits.h"
 #include "morph/morph_ops.h"
+#include "morph/skeleton.h"
 #include "morph/squeeze.h"
 
 namespace {
@@ -797,6 +798,54 @@ DibInfo* DibGradientMorpho(DibInfo* src, int kind, int size, tagRect32* rect) {
                                 size, size, 0.0, nullptr, nullptr};
   if (MorphArea(MakeView(made.get()), 0, MakeView(src, area), 0, 8, request) != 0) return nullptr;
   return made.release();
+}
+
+namespace {
+
+// The skeleton of the area's ink; `weak` continues the end points.
+bool SkeletonOf(DibInfo* src, tagRect32 const* rect, bool weak, Area& area, InkBits& skeleton,
+                InkBits& ink) {
+  if (!LoadInkArea(src, rect, area, ink) || !skeleton.Reset(area.width, area.height)) return false;
+  std::copy(ink.Row(0), ink.Row(0) + std::size_t(ink.Words()) * std::size_t(ink.Height()), skeleton.Row(0));
+  if (!ThinInk(skeleton)) return false;
+  if (weak) TipExtension(skeleton, ink);
+  return true;
+}
+
+DibInfo* SkeletonRecord(DibInfo* src, tagRect32 const* rect, bool weak) {
+  Area area;
+  InkBits skeleton, ink;
+  if (!SkeletonOf(src, rect, weak, area, skeleton, ink)) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, 1);
+  if (made) StoreInk(skeleton, MakeView(made));
+  return made;
+}
+
+}  // namespace
+
+DibInfo* DibSkelet(DibInfo* src, tagRect32* rect) { return SkeletonRecord(src, rect, false); }
+
+DibInfo* DibSkeletWeak(DibInfo* src, tagRect32* rect) { return SkeletonRecord(src, rect, true); }
+
+DibInfo* DibSkeletize(DibInfo* src, tagRect32* rect) {
+  Area area;
+  InkBits skeleton, ink;
+  if (!SkeletonOf(src, rect, true, area, skeleton, ink)) return nullptr;
+  std::vector<uint32_t> map;
+  if (!DistanceMap(map, ink, true, DistanceMetric::kEuclid)) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, 8);
+  if (!made) return nullptr;
+  DibView const out = MakeView(made);
+  for (int i = 0; i < area.height; ++i) {
+    int const y = StorageRow(out.step, i, area.height);
+    uint32_t const* d = map.data() + std::size_t(y) * std::size_t(area.width);
+    unsigned char* row = out.Row(y);
+    for (int x = 0; x < area.width; ++x) {
+      uint32_t const r = skeleton.Get(x, y) ? RoundedRoot(d[x]) : 0;
+      row[x] = uint8_t(r > 255 ? 255 : r);
+    }
+  }
+  return made;
 }
 
 // (end of morphology)

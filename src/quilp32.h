@@ -726,6 +726,25 @@ QUILP_API int DibMorphEx(DibInfo*& dst, DibInfo const* src, SDibMorphSetup const
    size, an empty area or no memory. */
 QUILP_API DibInfo* DibGradientMorpho(DibInfo* src, int kind, int size, tagRect32* rect);
 
+/* Skeletons of the ink, each a new record of the area (see the family's conventions above).
+   Thinning: ink pixels are removed in rounds of four parallel sub-passes (the ink pixels whose
+   north, south, east or west neighbour is paper) when they are simple (removing the pixel
+   changes neither the 8-connected ink nor the 4-connected paper around it) and have more than
+   one ink neighbour, until nothing changes. The skeleton is one pixel wide, lies inside the
+   ink, has the same 8-connected ink components and 4-connected paper holes as the source,
+   and keeps every end point it reaches.
+   DibSkelet: the thinned ink (1-bit). Thick stroke ends come out shortened by about half the
+     stroke width.
+   DibSkeletWeak: the same, with each end point then continued straight on (away from its only
+     neighbour) through the source's ink to the stroke's end, stopping before it would touch
+     another skeleton pixel: strokes keep their length.
+   DibSkeletize: an 8-bit record, 0 off the skeleton of DibSkeletWeak and, on it, the
+     Euclidean distance of the pixel to the nearest paper (the area's surroundings counting as
+     paper), rounded, at least 1, at most 255: a stroke is about 2 d - 1 pixels wide. */
+QUILP_API DibInfo* DibSkelet(DibInfo* src, tagRect32* rect);
+QUILP_API DibInfo* DibSkeletWeak(DibInfo* src, tagRect32* rect);
+QUILP_API DibInfo* DibSkeletize(DibInfo* src, tagRect32* rect);
+
 /* (end of morphology) */
 
 
