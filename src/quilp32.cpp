@@ -380,6 +380,7 @@ int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2
 // ---- Colour suppression and the depth decision ------------------------------------
 
 #include "colour/colour_dropout.h"
+#include "colour/dropout_tolerance.h"
 #include "colour/grey_mix.h"
 #include "scale/compress_bits.h"
 
@@ -407,8 +408,10 @@ DibInfo* DibSupressColor(DibInfo* src, unsigned char const (*colour)[3], tagRect
 
 DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
                           int dropCount, unsigned char const (*drop)[3], tagRect32* rect) {
-  return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
-    return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
+  // The general dropout with no tolerances and grey output.
+  ToleranceSets const sets = {keep, nullptr, keepCount, drop, nullptr, dropCount};
+  return Dropout(src, rect, [&](DibView const& dst, DibView const& from) {
+    return DibSuppressColorSetsCommon(dst, from, sets, 8);
   });
 }
 
@@ -631,3 +634,337 @@ bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int 
 }
 
 // (end of skew estimation and downscaling)
+
+
+// ---- Colour separation and transforms ---------------------------------------------
+
+#include <cmath>
+
+#include "colour/background_suppress.h"
+#include "colour/colour_match.h"
+#include "colour/colour_transform.h"
+#include "colour/ink_separation.h"
+#include "colour/paper_colour.h"
+
+DibInfo* DibSupressColorsCommon(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
+                                double const* keepTolerance, int dropCount,
+                                unsigned char const (*drop)[3], double const* dropTolerance,
+                                int outputBits, tagRect32* rect) {
+  if (!src || src->BitsPerPixel() != 24 || (outputBits != 8 && outputBits != 24)) return nullptr;
+  Area area;
+  if (!ExactFitRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), outputBits));
+  ToleranceSets const sets = {keep, keepTolerance, keepCount, drop, dropTolerance, dropCount};
+  if (!result || !DibSuppressColorSetsCommon(MakeView(result.get()), MakeView(src, area), sets,
+                                             outputBits))
+    return nullptr;
+  return result.release();
+}
+
+namespace {
+
+// Levels of one byte: the common keys, then the byte's own.
+bool ByteLevelCurve(CDibFlowControl& frame, char const* suffix, int black, int white, int gamma,
+                    unsigned char table[256]) {
+  std::string const b = std::string("black") + suffix, w = std::string("white") + suffix,
+                    g = std::string("gamma") + suffix;
+  frame.GetIntParam(&black, b.c_str(), black);
+  frame.GetIntParam(&white, w.c_str(), white);
+  frame.GetIntParam(&gamma, g.c_str(), gamma);
+  return MakeLevelCurve(black, white, gamma, table);
+}
+
+}  // namespace
+
+int DibTransformColorsEx(DibInfo*& dest, DibInfo const* src, int oper, int p1, int p2, int p3,
+                         int count, char const* const* names, char const* const* values,
+                         tagRect32 const* rect, tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  int const depth = src->BitsPerPixel();
+  bool const colour = depth == 24 || depth == 32;
+  if (depth != 8 && !colour) return kDibInvalid;
+  if (oper < kTransformLevels || oper > kTransformInvert) return kDibInvalid;
+  if ((oper == kTransformWhiteBalance || oper == kTransformGrey) && !colour) return kDibInvalid;
+  CDibFlowControl frame;
+  if (frame.SetParams(count, names, values) != kDibOk) return frame.GetStatus();
+  ByteCurves curves;
+  int weights[3] = {p1, p2, p3};
+  if (oper == kTransformLevels) {
+    int black = p1, white = p2 == 0 ? 255 : p2, gamma = p3 == 0 ? 100 : p3;
+    frame.GetIntParam(&black, "black", black);
+    frame.GetIntParam(&white, "white", white);
+    frame.GetIntParam(&gamma, "gamma", gamma);
+    char const* const suffixes[3] = {"B", "G", "R"};
+    for (int c = 0; c < (colour ? 3 : 1); ++c)
+      if (!ByteLevelCurve(frame, suffixes[c], black, white, gamma, curves.table[c]))
+        return kDibInvalid;
+  } else if (oper == kTransformInvert) {
+    for (int c = 0; c < 3; ++c)
+      for (int v = 0; v < 256; ++v) curves.table[c][v] = static_cast<unsigned char>(255 - v);
+  } else if (oper == kTransformGrey) {
+    frame.GetIntParam(&weights[0], "mulB", p1);
+    frame.GetIntParam(&weights[1], "mulG", p2);
+    frame.GetIntParam(&weights[2], "mulR", p3);
+    if (weights[0] == 0 && weights[1] == 0 && weights[2] == 0)
+      weights[0] = 29, weights[1] = 150, weights[2] = 77;
+    if (weights[0] < 0 || weights[1] < 0 || weights[2] < 0) return kDibInvalid;
+  }
+  DibPlane in, out;
+  frame.AddSource(&in, src, depth, rect);
+  frame.AddTarget(&out, dest, oper == kTransformGrey ? 8 : depth, origin);
+  if (frame.GetStatus() != kDibOk) return frame.GetStatus();
+  if (oper == kTransformWhiteBalance) {
+    int paper[3] = {0, 0, 0};
+    frame.GetIntParam(&paper[0], "paperB", 0);
+    frame.GetIntParam(&paper[1], "paperG", 0);
+    frame.GetIntParam(&paper[2], "paperR", 0);
+    if (paper[0] == 0 && paper[1] == 0 && paper[2] == 0) {
+      unsigned char measured[3];
+      if (!MeasurePaper(in, measured)) return frame.Fail(kDibKernelFailed);
+      for (int c = 0; c < 3; ++c) paper[c] = measured[c] > 0 ? measured[c] : 1;
+    }
+    for (int c = 0; c < 3; ++c)
+      if (!MakeBalanceCurve(paper[c], curves.table[c])) return frame.Fail(kDibInvalid);
+  }
+  if (oper == kTransformGrey) {
+    WeightedGrey(out, in, weights);
+  } else {
+    ApplyCurves(out, in, curves);
+  }
+  return frame.SetSuccess(true);
+}
+
+namespace {
+
+// Pixels per metre to dots per inch, 0 when unknown.
+int DotsPerInch(int pelsPerMeter) { return int(pelsPerMeter / 39.37 + 0.5); }
+
+}  // namespace
+
+DibInfo* DibSuppress(DibInfo* src, int window, int whiteLevel, tagRect32* rect) {
+  if (!src || window < 0 || whiteLevel < 0 || whiteLevel > 255) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 8 && depth != 24 && depth != 32) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  if (window == 0) {
+    int const dpi = DotsPerInch(src->XPelsPerMeter());
+    window = dpi > 0 ? (dpi + 3) / 6 : 50;
+  }
+  if (window < 4) window = 4;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), depth));
+  if (!result || !DibSuppressBackground(MakeView(result.get()), MakeView(src, area), depth / 8,
+                                        window, whiteLevel == 0 ? 230 : whiteLevel))
+    return nullptr;
+  return result.release();
+}
+
+DibInfo* DibMatchColor(DibInfo* src, unsigned char const (*colour)[3], double tolerance,
+                       bool ignoreLightness, tagRect32* rect) {
+  if (!src || src->BitsPerPixel() != 24 || !colour || !(tolerance >= 0.0)) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 1));
+  if (!result || !DibColourMatchMask(MakeView(result.get()), MakeView(src, area), *colour,
+                                     tolerance, ignoreLightness))
+    return nullptr;
+  return result.release();
+}
+
+int DibSeparate(DibInfo* src, int inkCount, int maxLayers, DibInfo** masks,
+                unsigned char (*inks)[3], DibInfo** labels, tagRect32* rect) {
+  auto clear = [&] {
+    if (masks)
+      for (int i = 0; i < maxLayers && i < kDibMaxInks; ++i) masks[i] = nullptr;
+    if (labels) *labels = nullptr;
+  };
+  clear();
+  if (!src || src->BitsPerPixel() != 24 || inkCount < 0 || inkCount > kDibMaxInks ||
+      maxLayers < 1 || maxLayers > kDibMaxInks || maxLayers < inkCount)
+    return -1;
+  Area area;
+  if (!ClampRect(src, rect, area)) return -1;
+  DibHolder map(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                      src->YPelsPerMeter(), 8));
+  InkLayers layers;
+  if (!map || !DibSeparateInks(MakeView(map.get()), MakeView(src, area), inkCount, maxLayers,
+                               layers))
+    return -1;
+  if (masks) {
+    for (int i = 0; i < layers.count; ++i) {
+      masks[i] = DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                       src->YPelsPerMeter(), 1);
+      if (!masks[i]) {
+        for (int j = 0; j < i; ++j) DibRelease(masks[j]);
+        clear();
+        return -1;
+      }
+      LabelMask(MakeView(masks[i]), MakeView(map.get()), i + 1);
+    }
+  }
+  if (inks)
+    for (int i = 0; i < layers.count; ++i)
+      for (int c = 0; c < 3; ++c) inks[i][c] = layers.colour[i][c];
+  if (labels) *labels = map.release();
+  return layers.count;
+}
+
+// (end of colour separation and transforms)
+
+
+// ---- Edge-preserving smoothing, gradients and texture ------------------------------
+
+#include "filter/bilateral.h"
+#include "filter/gradient.h"
+#include "filter/median.h"
+#include "filter/texture.h"
+
+namespace {
+
+// For a 24-bit source, a new 8-bit record of the area's grey (b + g + r + 1) / 3.
+DibInfo* MeanGreyRecord(DibInfo* src, Area const& area) {
+  if (src->BitsPerPixel() != 24) return nullptr;
+  DibInfo* grey = DibCreateForOverwrite(area.width, area.height, 0, 0, 8);
+  if (grey) DibMeanGrey(MakeView(grey), MakeView(src, area));
+  return grey;
+}
+
+}  // namespace
+
+DibInfo* DibSmooth(DibInfo* src, int method, int size, int strength, tagRect32* rect) {
+  if (!src) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 8 && depth != 24 && depth != 32) return nullptr;
+  bool const valid = method == 0   ? size >= 3 && size <= 255 && size % 2 == 1
+                     : method == 1 ? size >= 3 && size <= 31 && size % 2 == 1 &&
+                                         strength >= 1 && strength <= 255
+                                   : false;
+  if (!valid) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), depth));
+  if (!result) return nullptr;
+  DibView const to = MakeView(result.get()), from = MakeView(src, area);
+  bool const ok = method == 0 ? DibMedian(to, from, depth / 8, size)
+                              : DibBilateral(to, from, depth / 8, size, strength);
+  return ok ? result.release() : nullptr;
+}
+
+DibInfo* DibGradientMap(DibInfo* src, int kernel, int directions, int minMagnitude,
+                        tagRect32* rect) {
+  if (!src || (src->BitsPerPixel() != 8 && src->BitsPerPixel() != 24)) return nullptr;
+  if ((kernel != 0 && kernel != 1) || (directions != 0 && (directions < 2 || directions > 128)) ||
+      minMagnitude < 0 || minMagnitude > 255)
+    return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 8));
+  DibHolder grey(MeanGreyRecord(src, area));
+  if (!result || (src->BitsPerPixel() == 24 && !grey)) return nullptr;
+  DibGradient(MakeView(result.get()), grey ? MakeView(grey.get()) : MakeView(src, area), static_cast<GradientKernel>(kernel), directions,
+              minMagnitude);
+  return result.release();
+}
+
+DibInfo* DibGetTexture(DibInfo* src, int block, int measure, tagRect32* rect) {
+  if (!src || (src->BitsPerPixel() != 8 && src->BitsPerPixel() != 24)) return nullptr;
+  if (block < 2 || block > 256 || (measure != 0 && measure != 1)) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  int const xRes = int((int64_t(src->XPelsPerMeter()) + block / 2) / block);
+  int const yRes = int((int64_t(src->YPelsPerMeter()) + block / 2) / block);
+  DibHolder result(DibCreateForOverwrite(TextureCells(area.width, block),
+                                         TextureCells(area.height, block), xRes, yRes, 8));
+  DibHolder grey(MeanGreyRecord(src, area));
+  if (!result || (src->BitsPerPixel() == 24 && !grey) ||
+      !DibTextureMap(MakeView(result.get()), grey ? MakeView(grey.get()) : MakeView(src, area), block, static_cast<TextureMeasure>(measure)))
+    return nullptr;
+  return result.release();
+}
+
+// (end of edge-preserving smoothing, gradients and texture)
+
+
+// ---- Zone matching ----------------------------------------------------------------
+
+#include "compare/zone_match.h"
+
+namespace {
+
+// The grey of an 8- or 24-bit area, rows top to bottom, in `pixels`.
+bool ContiguousGrey(DibInfo* dib, tagRect32 const* rect, std::vector<uint8_t>& pixels,
+                    GreyZone& grey, Area& area) {
+  if (!dib || (dib->BitsPerPixel() != 8 && dib->BitsPerPixel() != 24)) return false;
+  if (!ClampRect(dib, rect, area)) return false;
+  pixels.resize(std::size_t(area.width) * area.height);
+  DibView const v = MakeView(dib, area);
+  for (int y = 0; y < area.height; ++y) {
+    uint8_t const* s = v.Row(y);
+    uint8_t* d = pixels.data() + std::size_t(y) * area.width;
+    if (dib->BitsPerPixel() == 8) {
+      std::memcpy(d, s, std::size_t(area.width));
+    } else {
+      for (int x = 0; x < area.width; ++x, s += 3)
+        d[x] = static_cast<uint8_t>((s[0] + s[1] + s[2] + 1) / 3);
+    }
+  }
+  grey = GreyZone{pixels.data(), area.width, area.height};
+  return true;
+}
+
+}  // namespace
+
+bool DibMatchZone(DibInfo* tpl, tagRect32* tplRect, DibInfo* image, tagRect32* window, double& x,
+                  double& y, double& score) {
+  std::vector<uint8_t> zonePixels, windowPixels;
+  GreyZone zone, area;
+  Area zoneArea, windowArea;
+  ZoneMatch match;
+  try {
+    if (!ContiguousGrey(tpl, tplRect, zonePixels, zone, zoneArea) ||
+        !ContiguousGrey(image, window, windowPixels, area, windowArea) ||
+        !DibMatchGrey(zone, area, match))
+      return false;
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+  x = windowArea.left + match.x;
+  y = windowArea.top + match.y;
+  score = match.score;
+  return true;
+}
+
+// (end of zone matching)
+
+
+// ---- Debug text -------------------------------------------------------------------
+
+#include "debug/text_picture.h"
+
+namespace {
+
+int TextPicture(DibInfo* dib, int bits, tagRect32* rect, int columns, char* buffer, int size) {
+  if (!dib || dib->BitsPerPixel() != bits || columns < 0 || size < 0 || (!buffer && size > 0))
+    return -1;
+  Area area;
+  if (!ClampRect(dib, rect, area)) return -1;
+  return DibTextPicture(MakeView(dib, area), bits, bits == 1 ? area.left % 8 : 0, columns,
+                        buffer, size);
+}
+
+}  // namespace
+
+int DibSprintBW(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size) {
+  return TextPicture(dib, 1, rect, columns, buffer, size);
+}
+
+int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size) {
+  return TextPicture(dib, 8, rect, columns, buffer, size);
+}
+
+// (end of debug text)

@@ -619,4 +619,172 @@ QUILP_API bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFa
 /* (end of skew estimation and downscaling) */
 
 
+/* ---- Colour separation and transforms ------------------------------------------ */
+/*
+ * Darkness is 255 minus each byte, as for the dropouts above. Paper colour: the median of
+ * each byte over the brightest quarter of the area's pixels (by byte sum), the measure all of
+ * these use when they need the page's paper.
+ */
+
+/* The general colour-set dropout, of which DibSupressColors is the use with no tolerances and
+   grey output. Each kept and suppressed colour may carry a tolerance, an angle in radians
+   (null array: 0 for all): a pixel within a colour's tolerance counts as lying along it. Per
+   pixel p (darkness), with theta_i its angle to colour i and t_i = max(0, theta_i - tol_i),
+   the set's nearest colour is the one of least t_i; sinKeep = sin(t_keep), sinDrop =
+   sin(t_drop) (1 with no suppressed colours) and the pixel keeps the share
+   weight = sinDrop / (sinKeep + sinDrop) of its darkness along the kept colour,
+   A = |p| cos(t_keep). outputBits 8: out = 255 - min(255, (int)(A * weight + 0.5));
+   outputBits 24: every byte keeps its hue, out_c = 255 - (int)(p_c * weight * A / |p| + 0.5).
+   With every tolerance 0 and 8 bits the result is exactly DibSupressColors's (same sums).
+   Exact-fit rectangle rule; 24-bit source. Null as DibSupressColors, and for outputBits other
+   than 8 or 24 or a tolerance that is negative or not a number. */
+QUILP_API DibInfo* DibSupressColorsCommon(DibInfo* src, int keepCount,
+                                          unsigned char const (*keep)[3],
+                                          double const* keepTolerance, int dropCount,
+                                          unsigned char const (*drop)[3],
+                                          double const* dropTolerance, int outputBits,
+                                          tagRect32* rect);
+
+/* Keyed colour transforms of the clamped rectangle of an 8-, 24- or 32-bit source, placed at
+   `origin` of `dest` (keyed-parameter conventions). `oper`:
+     1  levels: per byte out = round(255 * t^(100 / gamma)), t = (v - black) / (white - black)
+        clamped to 0..1. Keys black (default p1), white (p2; 0 means 255), gamma (p3, in
+        hundredths; 0 means 100) for every byte, and blackB/G/R, whiteB/G/R, gammaB/G/R per
+        byte of colour pixels. Needs black < white and gamma > 0. Result of the source depth.
+     2  white balance (24/32 bits): out_c = min(255, round(v_c * 255 / paper_c)), so the paper
+        becomes neutral white; paper is measured (see above) unless keys paperB, paperG,
+        paperR (all three, 1..255) give it. Result of the source depth.
+     3  grey (24/32 bits): out = round((mulB b + mulG g + mulR r) / (mulB + mulG + mulR)), keys
+        mulB, mulG, mulR (defaults p1, p2, p3; all three 0 means 29, 150, 77). Weights must be
+        0 or more with a positive sum. 8-bit result.
+     4  inversion: 255 - v in every byte (a 32-bit fourth byte is kept). Source depth.
+   0 on success; -1 for a null source, another depth or oper, bad keys; -3 no memory. */
+QUILP_API int DibTransformColorsEx(DibInfo*& dest, DibInfo const* src, int oper, int p1, int p2,
+                                   int p3, int count, char const* const* names,
+                                   char const* const* values, tagRect32 const* rect,
+                                   tagPoint32 const* origin);
+
+/* Background suppression, the colour counterpart of flattening: the paper of an 8-, 24- or
+   32-bit page (its tint, texture and uneven lighting) becomes clean white while ink and
+   coloured marks keep their hue. The paper of each byte is estimated as the maximum over
+   blocks of `window` pixels (0: a sixth of an inch at the record's resolution, 50 pixels when
+   it is unknown; at least 4), widened by the neighbouring blocks and interpolated bilinearly;
+   every byte is divided by its paper, out = min(255, v * 255 / paper) (rounded; paper at
+   least 1), and the pixels whose smallest quotient is at least `whiteLevel` (0: 230) become
+   white. Clamping rectangle rule; a new record of the area at the source's depth. Null for a
+   null source, another depth, a window below 0, a whiteLevel outside 0..255 or no memory. */
+QUILP_API DibInfo* DibSuppress(DibInfo* src, int window, int whiteLevel, tagRect32* rect);
+
+/* A 1-bit mask of the 24-bit pixels within `tolerance` of a colour (blue, green, red): black
+   (index 0) where the CIE Delta E 2000 difference, both colours taken as sRGB (D65) in CIE
+   Lab, is at most tolerance; white elsewhere. ignoreLightness drops the lightness term, so
+   the same ink under uneven lighting (or thinner, lighter strokes) still matches. Clamping
+   rectangle rule; null for a null or non-24-bit source, a null colour, a negative or NaN
+   tolerance, or no memory. */
+QUILP_API DibInfo* DibMatchColor(DibInfo* src, unsigned char const (*colour)[3],
+                                 double tolerance, bool ignoreLightness, tagRect32* rect);
+
+/* Splits a 24-bit page into its ink layers. Every pixel's darkness is measured against the
+   paper (each byte divided by the paper's, so a tinted sheet is white); pixels darker than 48
+   in length vote with their darkness for their direction, and the k strongest directions (k =
+   inkCount, 1..kDibMaxInks, fewer when the page has fewer directions; 0 chooses: every direction peak holding at least 1% of the vote,
+   at most maxLayers) are refined as the weighted mean directions of their pixels (angle in
+   darkness space: independent of how much ink covers a pixel). A pixel belongs to the layer
+   of its nearest direction when its projection on it is at least half the layer's full
+   darkness (the 90th percentile of its pixels' projections) and the angle is below 30
+   degrees, so half-covered edge pixels count as ink. Outputs, each optional (null):
+     masks[0..k-1]  new 1-bit records of the area, black = that layer's ink, masks[k..] null;
+     inks[0..k-1]   each layer's full-ink colour (blue, green, red);
+     labels         a new 8-bit record: 0 paper, i + 1 for layer i.
+   Layers are ordered by decreasing vote. Returns k (0 for a page without ink: no masks);
+   -1, with every output pointer set null, for a null or non-24-bit source, inkCount outside
+   0..kDibMaxInks, maxLayers outside 1..kDibMaxInks or below inkCount, an empty rectangle
+   (clamping rule) or no memory. */
+enum { kDibMaxInks = 8 };
+QUILP_API int DibSeparate(DibInfo* src, int inkCount, int maxLayers, DibInfo** masks,
+                          unsigned char (*inks)[3], DibInfo** labels, tagRect32* rect);
+
+/* (end of colour separation and transforms) */
+
+
+/* ---- Edge-preserving smoothing, gradients and texture ---------------------------------- */
+
+/* Edge-preserving smoothing of an 8-, 24- or 32-bit image (median: each byte on its own,
+   the fourth of 32-bit pixels too), borders repeating the edge pixels. method 0: median over a
+   size x size window (odd size 3..255; 3 by a sorting network, larger by a running
+   histogram whose cost per pixel grows with size, not its square). method 1: bilateral filter
+   over a size x size window (odd, 3..31), spatial deviation size / 4 pixels and grey-level
+   deviation `strength` (1..255); weights exp(-d^2 / 2 sd^2 - dv^2 / 2 sv^2) taken from tables
+   in 1/4096, w = (ws * wr + 2048) >> 12, out = (sum w v + sum w / 2) / sum w per byte,
+   colour pixels weighted by their largest difference in blue, green and red, so edges stronger than a few deviations stay as sharp as they were. Clamping
+   rectangle rule; a new record of the area. Null for a null source, another depth, another
+   method, a size or strength outside its range, or no memory. */
+QUILP_API DibInfo* DibSmooth(DibInfo* src, int method, int size, int strength, tagRect32* rect);
+
+/* Gradient of an 8-bit image (24-bit: of the grey (b + g + r + 1) / 3), borders repeating the
+   edge pixels. kernel 0: Sobel (1 2 1 smoothing, scale 4); kernel 1: Scharr (3 10 3, scale 16).
+   directions 0: the magnitude, out = min(255, (int)(sqrtf(gx^2 + gy^2) / scale + 0.5f)), so a
+   full black-to-white step gives 255. directions 2..128: the direction of the gradient
+   (toward the lighter side; 0 = rightward, growing clockwise as rows go down) quantised into
+   that many equal sectors centred on 0, 360 / directions, ..., and 255 where the magnitude is
+   below minMagnitude. Clamping rectangle rule; a new 8-bit record of the area. Null for a null
+   source, another depth, kernel or directions, minMagnitude outside 0..255, or no memory. */
+QUILP_API DibInfo* DibGradientMap(DibInfo* src, int kernel, int directions, int minMagnitude,
+                                  tagRect32* rect);
+
+/* A texture map of an 8-bit image (24-bit: of its grey as above): one pixel per block x block
+   block of the area (the last blocks cover what is left), resolutions divided by block.
+   measure 0: the standard deviation of the block's levels, rounded, at most 255 - high for
+   text, photos and halftone alike, 0 on plain paper. measure 1: edge energy, the mean of
+   |right - left| + |below - above| over the block's pixels (neighbours beyond the area
+   repeat its edge), divided by 2 and rounded -
+   high for halftone screens and text strokes, low for photographs' smooth tones and paper.
+   A block of measure 0 high and measure 1 low is continuous tone. block 2..256; clamping
+   rectangle rule. Null for a null source, another depth or measure, a block out of range or
+   no memory. */
+QUILP_API DibInfo* DibGetTexture(DibInfo* src, int block, int measure, tagRect32* rect);
+
+/* (end of edge-preserving smoothing, gradients and texture) */
+
+
+/* ---- Zone matching ------------------------------------------------------------------- */
+
+/* Finds where the zone `tplRect` of `tpl` lies in the `window` of `image` (both 8-bit, or
+   24-bit taken as their grey (b + g + r + 1) / 3; clamping rule, null: the whole image), by
+   normalised cross-correlation of the zone with every placement inside the window:
+     score = sum (t - mean t)(i - mean i) / sqrt(sum (t - mean t)^2 sum (i - mean i)^2).
+   Window sums come from integral images; zone and window are halved (2 x 2 means) while
+   both sides of the zone's half stay at least 24 pixels, every placement is scored at the
+   coarsest level and its best 8 local maxima are followed to full size, searched within two
+   placements at each level; the best placement at full resolution is refined
+   to a fraction of a pixel by a parabola through its neighbours' scores in each direction.
+   x, y: where the zone's top-left pixel lands in `image` (visual, fractional); score: -1..1
+   at the integer best. False, outputs untouched, for null images, other depths, empty
+   rectangles, a window smaller than the zone, a zone of fewer than 2 x 2 pixels or of one
+   level only, or no memory. */
+QUILP_API bool DibMatchZone(DibInfo* tpl, tagRect32* tplRect, DibInfo* image, tagRect32* window,
+                            double& x, double& y, double& score);
+
+/* (end of zone matching) */
+
+
+/* ---- Debug text ------------------------------------------------------------------- */
+
+/* A text picture of the rectangle (clamping rule) of a 1-bit (DibSprintBW) or 8-bit
+   (DibSprintGrey) image, for logs: one character per pixel, or, when the area is wider than
+   `columns` (0: no limit), one per block of f x f pixels with f = ceil(width / columns). One
+   line per row (or block row), each ending with '\n'. 1-bit: '#' for black (index 0), '.' for
+   white; a block shows '#' when more than half of it is black, '+' when some is, '.' when
+   none is. Grey: the mean level (rounded) through the ramp "@%#*+=-:. " (dark to light),
+   character floor(level * 10 / 256). Writes at most size - 1 characters and always a
+   terminating zero (when size >= 1; buffer may be null when size is 0) and returns the
+   length the whole picture needs, without the terminator. -1, buffer untouched, for a null
+   image, another depth, an empty rectangle, negative columns or size, or a null buffer with
+   size > 0. */
+QUILP_API int DibSprintBW(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size);
+QUILP_API int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size);
+
+/* (end of debug text) */
+
+
 #endif /* QUILP32_H */
