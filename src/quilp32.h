@@ -668,7 +668,8 @@ QUILP_API int DibTransformColorsEx(DibInfo*& dest, DibInfo const* src, int oper,
    32-bit page (its tint, texture and uneven lighting) becomes clean white while ink and
    coloured marks keep their hue. The paper of each byte is estimated as the maximum over
    blocks of `window` pixels (0: a sixth of an inch at the record's resolution, 50 pixels when
-   it is unknown; at least 4), widened by the neighbouring blocks and interpolated bilinearly;
+   it is unknown; at least 4) - a block more than 48 levels darker than its brightest
+   neighbour is filled with ink and takes that neighbour's - and interpolated bilinearly;
    every byte is divided by its paper, out = min(255, v * 255 / paper) (rounded; paper at
    least 1), and the pixels whose smallest quotient is at least `whiteLevel` (0: 230) become
    white. Clamping rectangle rule; a new record of the area at the source's depth. Null for a

@@ -24,7 +24,11 @@ namespace {
 
 int StorageY(DibView const& v, int i) { return v.step < 0 ? v.height - 1 - i : i; }
 
-// Cell maxima of every byte, then the 3 x 3 maximum of cells.
+// A cell darker than its brightest neighbour by more than this many levels is taken to be
+// filled with ink and borrows that neighbour's paper.
+constexpr int kInkFilled = 48;
+
+// Cell maxima of every byte; cells filled with ink take their brightest neighbour's.
 std::vector<uint8_t> PaperGrid(DibView const& src, int bpp, int block, int gw, int gh) {
   int const nc = bpp == 1 ? 1 : 3;
   std::vector<uint8_t> cells(std::size_t(gw) * gh * nc, 0);
@@ -48,7 +52,8 @@ std::vector<uint8_t> PaperGrid(DibView const& src, int bpp, int block, int gw, i
             if (yy < 0 || yy >= gh || xx < 0 || xx >= gw) continue;
             m = std::max(m, cells[(std::size_t(yy) * gw + xx) * nc + c]);
           }
-        widened[(std::size_t(gy) * gw + gx) * nc + c] = m;
+        uint8_t const own = cells[(std::size_t(gy) * gw + gx) * nc + c];
+        widened[(std::size_t(gy) * gw + gx) * nc + c] = own + kInkFilled < m ? m : own;
       }
   return widened;
 }
