@@ -755,9 +755,9 @@ QUILP_API DibInfo* DibGetTexture(DibInfo* src, int block, int measure, tagRect32
    normalised cross-correlation of the zone with every placement inside the window:
      score = sum (t - mean t)(i - mean i) / sqrt(sum (t - mean t)^2 sum (i - mean i)^2).
    Window sums come from integral images; zone and window are halved (2 x 2 means) while
-   both sides of the zone's half stay at least 24 pixels, every placement is scored at the
-   coarsest level and its best 8 local maxima are followed to full size, searched within two
-   placements at each level; the best placement at full resolution is refined
+   both sides of the zone's half stay at least 16 pixels, every placement is scored at the
+   coarsest level and its best 8 local maxima are followed to full size, each climbing at
+   every level from twice its position to the best of its 3 x 3 neighbours until on a peak; the best placement at full resolution is refined
    to a fraction of a pixel by a parabola through its neighbours' scores in each direction.
    x, y: where the zone's top-left pixel lands in `image` (visual, fractional); score: -1..1
    at the integer best. False, outputs untouched, for null images, other depths, empty

@@ -3,20 +3,23 @@
 // score(u, v) = (n S_ti - S_t S_i) / sqrt((n S_tt - S_t^2)(n S_ii - S_i^2)) over the n zone
 // pixels t and the window pixels i under them. S_t and S_tt are fixed; S_i and S_ii come from
 // integral images of the window in O(1); S_ti is a dot product of bytes (exact in 64-bit
-// integers), the one cost that grows with the zone.
+// integers), the one cost that grows with the zone. Where only a few placements are scored
+// (the climbs) the window sums are taken directly instead.
 // 1. Pyramid: zone and window are halved (2 x 2 rounded means) while both sides of the
-//    zone's half stay at least kMatchCoarseSide, so a 256 x 256 zone is searched at an eighth
-//    of its size: 64 times fewer placements, 64 times shorter dot products.
+//    zone's half stay at least kMatchCoarseSide, so a 256 x 256 zone is searched at a
+//    sixteenth of its size: 256 times fewer placements, 256 times shorter dot products.
 // 2. The coarsest level is searched at every placement; its kCandidates best local maxima
-//    each follow down the levels, searched within kReach placements of twice their position.
+//    each follow down the levels: from twice its position a candidate climbs to the best of
+//    its 3 x 3 neighbourhood until it stands on a peak.
 // 3. At full size the best candidate's neighbours give a parabola in x and in y whose vertex,
 //    at most half a placement away, is the fractional position.
-// Cost for a zone of n pixels in a window of m placements: about n m / 4^(2 L) at level L
-// plus a few hundred n for the refinements.
+// Cost for a zone of n pixels in a window of m placements: about n m / 16^L at the coarsest
+// level L, plus about a hundred n for the climbs down the levels.
 #include "compare/zone_match.h"
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -24,7 +27,7 @@ namespace quilp {
 namespace {
 
 constexpr int kCandidates = 8;
-constexpr int kReach = 2;
+constexpr int kClimbSteps = 16;
 
 struct Level {
   std::vector<uint8_t> pixels;
@@ -67,6 +70,12 @@ uint64_t Dot(uint8_t const* a, uint8_t const* b, int n) {
   return total;
 }
 
+uint64_t Sum(uint8_t const* a, int n) {
+  uint64_t total = 0;
+  for (int i = 0; i < n; ++i) total += a[i];
+  return total;
+}
+
 // Integral images of a window: sums and sums of squares over [0, x) x [0, y).
 struct Integral {
   std::vector<int64_t> sum, squares;
@@ -99,19 +108,26 @@ struct Scorer {
   double n, st, zoneVariance;  // n S_tt - S_t^2
 
   double At(int u, int v) const {
-    uint64_t sti = 0;
-    for (int y = 0; y < zone.height; ++y)
-      sti += Dot(zone.pixels + std::size_t(y) * zone.width,
-                 window.pixels + std::size_t(v + y) * window.width + u, zone.width);
-    double const si = double(integral->Box(integral->sum, u, v, zone.width, zone.height));
-    double const sii = double(integral->Box(integral->squares, u, v, zone.width, zone.height));
+    uint64_t sti = 0, sumI = 0, sumII = 0;
+    for (int y = 0; y < zone.height; ++y) {
+      uint8_t const* w = window.pixels + std::size_t(v + y) * window.width + u;
+      sti += Dot(zone.pixels + std::size_t(y) * zone.width, w, zone.width);
+      if (!integral) {
+        sumI += Sum(w, zone.width);
+        sumII += Dot(w, w, zone.width);
+      }
+    }
+    double const si = integral ? double(integral->Box(integral->sum, u, v, zone.width, zone.height))
+                               : double(sumI);
+    double const sii = integral ? double(integral->Box(integral->squares, u, v, zone.width, zone.height))
+                                : double(sumII);
     double const windowVariance = n * sii - si * si;
     if (!(windowVariance > 0.0)) return 0.0;
     return (n * double(sti) - st * si) / std::sqrt(zoneVariance * windowVariance);
   }
 };
 
-bool MakeScorer(GreyZone const& zone, GreyZone const& window, Integral const& integral,
+bool MakeScorer(GreyZone const& zone, GreyZone const& window, Integral const* integral,
                 Scorer& s) {
   uint64_t st = 0, stt = 0;
   for (std::size_t i = 0; i < std::size_t(zone.width) * zone.height; ++i) {
@@ -120,7 +136,7 @@ bool MakeScorer(GreyZone const& zone, GreyZone const& window, Integral const& in
   }
   s.zone = zone;
   s.window = window;
-  s.integral = &integral;
+  s.integral = integral;
   s.n = double(zone.width) * zone.height;
   s.st = double(st);
   s.zoneVariance = s.n * double(stt) - s.st * s.st;
@@ -159,15 +175,24 @@ std::vector<Candidate> SearchAll(Scorer const& s) {
   return peaks;
 }
 
-// The best placement within kReach of (u, v).
-Candidate SearchNear(Scorer const& s, int u, int v) {
+// Climbs from (u, v) to the best placement of its 3 x 3 neighbourhood until the centre is the
+// best (at most kClimbSteps moves): the peak near a coarse candidate.
+Candidate Climb(Scorer const& s, int u, int v) {
   int const pw = s.window.width - s.zone.width + 1, ph = s.window.height - s.zone.height + 1;
-  Candidate best{-1, -1, -2.0};
-  for (int vv = std::max(0, v - kReach); vv <= std::min(ph - 1, v + kReach); ++vv)
-    for (int uu = std::max(0, u - kReach); uu <= std::min(pw - 1, u + kReach); ++uu) {
-      double const c = s.At(uu, vv);
-      if (c > best.score) best = {uu, vv, c};
-    }
+  u = std::clamp(u, 0, pw - 1);
+  v = std::clamp(v, 0, ph - 1);
+  Candidate best{u, v, s.At(u, v)};
+  for (int step = 0; step < kClimbSteps; ++step) {
+    Candidate next = best;
+    for (int vv = std::max(0, best.v - 1); vv <= std::min(ph - 1, best.v + 1); ++vv)
+      for (int uu = std::max(0, best.u - 1); uu <= std::min(pw - 1, best.u + 1); ++uu) {
+        if (uu == best.u && vv == best.v) continue;
+        double const c = s.At(uu, vv);
+        if (c > next.score) next = {uu, vv, c};
+      }
+    if (next.u == best.u && next.v == best.v) break;
+    best = next;
+  }
   return best;
 }
 
@@ -182,9 +207,8 @@ double Vertex(double a, double b, double c) {
 }  // namespace
 
 double ZoneScore(GreyZone const& zone, GreyZone const& window, int u, int v) {
-  Integral const integral(window);
   Scorer s;
-  if (!MakeScorer(zone, window, integral, s)) return 0.0;
+  if (!MakeScorer(zone, window, nullptr, s)) return 0.0;
   return s.At(u, v);
 }
 
@@ -204,16 +228,18 @@ bool DibMatchGrey(GreyZone const& zone, GreyZone const& window, ZoneMatch& match
     std::vector<Candidate> candidates;
     for (; level >= 0; --level) {
       GreyZone const z = zones[level].Area(), w = windows[level].Area();
-      Integral const integral(w);
+      // Integral images pay for themselves only where every placement is scored.
+      std::unique_ptr<Integral> integral;
+      if (candidates.empty()) integral.reset(new Integral(w));
       Scorer s;
-      if (!MakeScorer(z, w, integral, s)) {
+      if (!MakeScorer(z, w, integral.get(), s)) {
         if (level == 0) return false;  // a zone of one level
         continue;                      // flat after halving: search the finer level fully
       }
       if (candidates.empty()) {
         candidates = SearchAll(s);
       } else {
-        for (Candidate& c : candidates) c = SearchNear(s, 2 * c.u, 2 * c.v);
+        for (Candidate& c : candidates) c = Climb(s, 2 * c.u, 2 * c.v);
       }
       if (level > 0) continue;
       Candidate const best = *std::max_element(

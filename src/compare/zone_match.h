@@ -19,7 +19,7 @@ struct ZoneMatch {
 
 // Smallest side of a zone searched at a reduced level: zones are halved while both sides of
 // the half stay at least this long.
-inline constexpr int kMatchCoarseSide = 24;
+inline constexpr int kMatchCoarseSide = 16;
 
 // False for a window smaller than the zone, a zone below 2 x 2 or of one level only, or when
 // memory runs out.
