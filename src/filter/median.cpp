@@ -2,8 +2,9 @@
 //
 // 3 x 3: each of the three columns of the window is sorted (three compare-exchanges); the
 // median of nine is then the median of (the largest of the column minima, the median of the
-// column medians, the smallest of the column maxima) - about thirty min/max operations per
-// byte, vectorised in the _sse41 / _avx2 files.
+// column medians, the smallest of the column maxima). The vector files sort each column once
+// per row into scratch rows and then combine neighbours: eighteen min/max operations per
+// vector of bytes.
 // Larger windows: Huang's running histogram per row. Moving the window one pixel removes a
 // column and adds one (2 size updates), and the median moves from the previous one by the
 // count of levels below it, so the cost per byte grows with the size, not its square.
@@ -25,9 +26,10 @@ void Median3Range(uint8_t const* a, uint8_t const* m, uint8_t const* b, uint8_t*
     uint8_t lo[3], md[3], hi[3];
     int const at[3] = {l, i, r};
     for (int k = 0; k < 3; ++k) {
-      uint8_t v[3] = {a[at[k]], m[at[k]], b[at[k]]};
-      std::sort(v, v + 3);
-      lo[k] = v[0], md[k] = v[1], hi[k] = v[2];
+      uint8_t const x = a[at[k]], y = m[at[k]], z = b[at[k]];
+      lo[k] = std::min({x, y, z});
+      md[k] = Median3(x, y, z);
+      hi[k] = std::max({x, y, z});
     }
     uint8_t const low = std::max({lo[0], lo[1], lo[2]});
     uint8_t const high = std::min({hi[0], hi[1], hi[2]});
@@ -38,7 +40,7 @@ void Median3Range(uint8_t const* a, uint8_t const* m, uint8_t const* b, uint8_t*
 namespace {
 
 void Median3Row(uint8_t const* a, uint8_t const* m, uint8_t const* b, uint8_t* out, int n,
-                int step) {
+                int step, uint8_t*) {
   Median3Range(a, m, b, out, n, step, 0, n);
 }
 
@@ -106,21 +108,22 @@ MedianKernels const& MedianKernelsActive() {
 
 bool DibMedian(DibView const& dst, DibView const& src, int bpp, int size) {
   if (size < 3 || size % 2 == 0 || size > 255 || (bpp != 1 && bpp != 3 && bpp != 4)) return false;
+  std::vector<uint8_t> band;
+  try {
+    band.resize(size == 3 ? 3 * std::size_t(src.width) * bpp
+                          : std::size_t(size) * (std::size_t(src.width) + size));
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
   if (size == 3) {
     MedianKernels const& k = MedianKernelsActive();
     int const n = src.width * bpp, last = src.height - 1;
     for (int i = 0; i < src.height; ++i) {
       int const y = StorageY(src, i);
       k.median3(src.Row(y > 0 ? y - 1 : 0), src.Row(y), src.Row(y < last ? y + 1 : last),
-                dst.Row(y), n, bpp);
+                dst.Row(y), n, bpp, band.data());
     }
     return true;
-  }
-  std::vector<uint8_t> band;
-  try {
-    band.resize(std::size_t(size) * (std::size_t(src.width) + size));
-  } catch (std::bad_alloc const&) {
-    return false;
   }
   for (int c = 0; c < bpp; ++c) HistogramMedianChannel(dst, src, bpp, c, size, band);
   return true;

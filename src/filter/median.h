@@ -11,9 +11,10 @@ namespace quilp {
 // Row kernel of the 3 x 3 median: out[i] is the median of the nine bytes at i - step, i,
 // i + step of the rows above, mid and below (step = bytes per pixel), a neighbour beyond
 // either end of the n-byte row replaced by the byte itself.
+// scratch holds 3 n bytes for the vector kernels' sorted columns.
 struct MedianKernels {
   void (*median3)(uint8_t const* above, uint8_t const* mid, uint8_t const* below, uint8_t* out,
-                  int n, int step);
+                  int n, int step, uint8_t* scratch);
 };
 MedianKernels const& MedianKernelsScalar();
 MedianKernels const& MedianKernelsSse41();
