@@ -69,6 +69,9 @@ std::vector<Dib> ReadPages(std::string const& path);
 // know) to a temporary file beside `path`, renamed to `path` once complete.
 void WritePages(std::string const& path, std::vector<DibInfo const*> const& pages,
                 ImageFormat format, EncodeOptions const& options);
+// The pages a file holds, read from a TIFF's directory chain without decoding them; 1 for other
+// formats and for files that cannot be opened (the read then says why).
+int CountPages(std::string const& path);
 void WriteFileAtomically(std::string const& path, std::vector<unsigned char> const& bytes);
 
 // Shared by the readers: a new bottom-up record, or null when the size is out of range or

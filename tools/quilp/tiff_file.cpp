@@ -258,3 +258,22 @@ std::string EncodeTiff(std::vector<DibInfo const*> const& pages, EncodeOptions c
 }
 
 }  // namespace quilp_cli
+
+namespace quilp_cli {
+
+int CountPages(std::string const& path) {
+  if (FormatOfName(path) != ImageFormat::Tiff) return 1;
+  MemoryStream s;  // only its error string is used: libtiff's messages stay quiet
+  TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+  if (!options) return 1;
+  TIFFOpenOptionsSetErrorHandlerExtR(options, KeepError, &s);
+  TIFFOpenOptionsSetWarningHandlerExtR(options, DropWarning, &s);
+  TIFF* tif = TIFFOpenExt(path.c_str(), "r", options);
+  TIFFOpenOptionsFree(options);
+  if (!tif) return 1;
+  tdir_t const n = TIFFNumberOfDirectories(tif);
+  TIFFClose(tif);
+  return n > 0 ? int(n) : 1;
+}
+
+}  // namespace quilp_cli
