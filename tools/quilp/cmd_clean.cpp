@@ -172,6 +172,7 @@ int RunClean(Args const& args) {
   unsigned const cores = std::max(1u, std::thread::hardware_concurrency());
   int const jobs = args.GetInt("jobs", int(cores));
   if (jobs < 1 || jobs > 256) throw CliError("--jobs is 1..256");
+  gSayAssumedResolution.store(true);
   o.plan = PlanClean(inputs, out, format, args.Has("multipage"));
 
   gStop.store(false);

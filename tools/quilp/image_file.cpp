@@ -27,6 +27,8 @@ std::string Quoted(std::string const& path) { return "'" + path + "'"; }
 
 }  // namespace
 
+std::atomic<bool> gSayAssumedResolution{false};
+
 uint64_t MaxPagePixels() {
   static uint64_t const cap = [] {
     char const* text = std::getenv("QUILP_MAX_PIXELS");
@@ -125,7 +127,7 @@ std::vector<Dib> ReadPages(std::string const& path) {
   if (d.pages.empty()) throw CliError(Quoted(path) + ": no pages");
   if (!d.hasResolution) {
     static std::atomic<bool> said{false};
-    if (!said.exchange(true))
+    if (gSayAssumedResolution.load() && !said.exchange(true))
       std::fprintf(stderr, "quilp: %s states no resolution; 300 dpi assumed (for any such file)\n",
                    Quoted(path).c_str());
     for (Dib& page : d.pages) page->biXPelsPerMeter = page->biYPelsPerMeter = PelsPerMetre(kAssumedDpi);

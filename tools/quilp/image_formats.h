@@ -8,6 +8,7 @@
 // cap, the 300 dpi assumption and the write-to-a-temporary-then-rename rule.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -63,7 +64,10 @@ std::string EncodeJpeg(DibInfo const* dib, EncodeOptions const& options,
 std::string EncodePnm(DibInfo const* dib, std::vector<unsigned char>& out);
 
 // Every page of an image file of any format (a TIFF may hold many). Throws CliError naming the
-// file and the reason. A file without a stated resolution gets 300 dpi, said once on stderr.
+// file and the reason. A file without a stated resolution gets 300 dpi, said once on stderr
+// when gSayAssumedResolution is set (batch commands set it; single-file commands stay to one
+// line on failure).
+extern std::atomic<bool> gSayAssumedResolution;
 std::vector<Dib> ReadPages(std::string const& path);
 // Writes the pages in `format` (Unknown: by the name's extension, BMP when it has none we
 // know) to a temporary file beside `path`, renamed to `path` once complete.

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include <jpeglib.h>
+#include <jerror.h>
 
 #include <algorithm>
 #include <csetjmp>
@@ -30,7 +31,10 @@ void JumpOut(j_common_ptr cinfo) {
   std::longjmp(e->jump, 1);
 }
 
-void Silent(j_common_ptr, int) {}
+// Warnings are ignored, except that the data ended early: a truncated file is an error.
+void TruncationIsAnError(j_common_ptr cinfo, int level) {
+  if (level < 0 && cinfo->err->msg_code == JWRN_JPEG_EOF) cinfo->err->error_exit(cinfo);
+}
 
 // Largest working memory the decoder may take beyond the image itself.
 constexpr long kDecoderMemory = 512L << 20;
@@ -49,7 +53,7 @@ Decoded DecodeJpeg(unsigned char const* data, std::size_t size, uint64_t maxPixe
   Decoded& d = job->d;
   cinfo.err = jpeg_std_error(&job->e.manager);
   job->e.manager.error_exit = JumpOut;
-  job->e.manager.emit_message = Silent;
+  job->e.manager.emit_message = TruncationIsAnError;
   job->e.message[0] = '\0';
   if (setjmp(job->e.jump)) {
     jpeg_destroy_decompress(&cinfo);
@@ -106,7 +110,7 @@ std::string EncodeJpeg(DibInfo const* dib, EncodeOptions const& options, std::ve
   jpeg_compress_struct& cinfo = job->cinfo;
   cinfo.err = jpeg_std_error(&job->e.manager);
   job->e.manager.error_exit = JumpOut;
-  job->e.manager.emit_message = Silent;
+  job->e.manager.emit_message = TruncationIsAnError;
   std::vector<unsigned char>& grey = job->grey;
   grey.resize(bits == 1 ? std::size_t(dib->Width()) : 0);
   if (setjmp(job->e.jump)) {

@@ -144,7 +144,7 @@ Dib ReadDirectory(TIFF* tif, MemoryStream& s, uint64_t maxPixels, bool& hasResol
     return page;
   }
   std::vector<uint32_t> raster(std::size_t(width) * height);
-  if (!TIFFReadRGBAImageOriented(tif, width, height, raster.data(), ORIENTATION_TOPLEFT, 0)) {
+  if (!TIFFReadRGBAImageOriented(tif, width, height, raster.data(), ORIENTATION_TOPLEFT, 1)) {
     error = Why(s, "pixel data that cannot be read");
     return nullptr;
   }
