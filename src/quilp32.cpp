@@ -945,3 +945,41 @@ int DibCanonize(DibInfo*& dst, DibInfo const* src, int direction, int count,
 }
 
 // (end of canonical form)
+
+
+// ---- Adaptive binarization ----------------------------------------------------------
+
+#include "binarize/adaptive.h"
+
+namespace {
+
+AdaptiveSetup SetupOf(int method, int variant, int window, int k, int range) {
+  AdaptiveSetup s;
+  s.method = method;
+  s.variant = variant;
+  s.window = window;
+  s.k = k;
+  s.range = range;
+  return s;
+}
+
+}  // namespace
+
+DibInfo* DibBinarizeCommon(DibInfo* dib, SDibBinarizeSetup const& setup, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(
+      dib, SetupOf(setup.method, setup.variant, setup.window, setup.k, setup.range), rect);
+}
+
+DibInfo* DibBinarizeNiblack(DibInfo* dib, int variant, int window, int k, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(dib, SetupOf(kAdaptiveNiblack, variant, window, k, 0), rect);
+}
+
+DibInfo* DibBinarizeNiGlob(DibInfo* dib, int variant, int window, int k, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(dib, SetupOf(kAdaptiveNiGlob, variant, window, k, 0), rect);
+}
+
+DibInfo* DibBinarizeStat(DibInfo* dib, int window, int k, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(dib, SetupOf(kAdaptiveStat, 0, window, k, 0), rect);
+}
+
+// (end of adaptive binarization)

@@ -323,7 +323,8 @@ QUILP_API DibInfo* DibBinarizeOtsuR(DibInfo* dib, int classes, int from, int to,
                                     tagRect32* rect);
 
 /* Keyed-parameter binarization of an 8- or 24-bit source (clamping rule) into a 1-bit result
-   at the optional point. The name/value lists are accepted; no key is read. Methods:
+   at the optional point. Methods 0-3 read no key; the adaptive methods 4-7 and their keys are
+   described under adaptive binarization below. Methods:
      0  fixed threshold p1 (low 8 bits), black below it; p2 != 0 inverts (black at or above);
      1  Otsu band as DibBinarizeOtsu with p1 classes and
         p2 = from | to << 8 | invert << 16 | ignoreExtremes << 17 (other bits must be 0);
@@ -333,8 +334,8 @@ QUILP_API DibInfo* DibBinarizeOtsuR(DibInfo* dib, int classes, int from, int to,
    the area's width zero. Returns 0 on success; -1 for a null source, another depth, a
    negative method or invalid method arguments, a bad list, a rejected rectangle or an
    unsuitable target; -2 when a colour area has no grey axis or memory runs out in the
-   search; -3 when an image cannot be allocated; -4 for methods 4 and above (reserved for
-   adaptive binarizers). */
+   search (or in an adaptive method); -3 when an image cannot be allocated; -4 for methods 8
+   and above. */
 QUILP_API int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2,
                             int count, char const* const* names, char const* const* values,
                             tagRect32 const* rect, tagPoint32 const* origin);
@@ -715,6 +716,67 @@ QUILP_API int DibCanonize(DibInfo*& dst, DibInfo const* src, int direction, int 
                           char const* const* names, char const* const* values);
 
 /* (end of rotation, deskewing, orientation and canonical form) */
+
+/* ---- Adaptive binarization ------------------------------------------------------ */
+/*
+ * Thresholds that follow the page: each pixel is compared with a threshold drawn from its
+ * surroundings, so uneven light, a gutter shadow, faded ink, show-through and coloured paper
+ * do not defeat them. Sources are 8-bit grey or 24-bit colour (projected to grey along the
+ * area's main colour axis, as the Otsu binarizers do); the rectangle follows the clamping rule
+ * (null: the whole image). Results are new 1-bit records of the clamped area with the
+ * source's resolutions, stored bottom-up; black is bit 0 (palette index 0), leftmost pixel in
+ * the most significant bit, row padding zero. Windows are in pixels (an even window is taken
+ * one larger) and are cut at the area's borders; 0 asks for the default, scaled by the
+ * record's horizontal resolution (an unknown resolution counts as 300 dpi). k is in
+ * hundredths; 0 asks for the method's default.
+ *
+ * Methods (the codes of SDibBinarizeSetup and of DibBinarizeEx):
+ *  4  local statistics over a window x window window: with m the window's mean, s its
+ *     standard deviation (population) and v the level, black exactly when v < T:
+ *       variant 0 Niblack:      T = m + k s                        (default k -0.20)
+ *       variant 1 Sauvola:      T = m (1 + k (s / R - 1))          (default k 0.34, R 128)
+ *       variant 2 Wolf-Jolion:  T = (1 - k) m + k M + k (s / S) (m - M), M the area's darkest
+ *                               level, S the largest s of the area (default k 0.50)
+ *     Default window dpi / 10 (31 at 300 dpi). Sums are exact integers (window column sums
+ *     in 32 bits, row integrals in 64 bits), so no page width can overflow them; T is
+ *     computed in double.
+ *  5  NiGlob: with t the area's Otsu threshold and a, b the mean levels below and from t,
+ *     v < ceil((a + t) / 2) is black and v >= ceil((t + b) / 2) white; method 4's rule (its
+ *     variant, window and k) decides the levels between, so empty paper stays white.
+ *  6  paper surface and contrast: the paper level B under each pixel is estimated from the
+ *     lightest levels of f x f blocks (f = window / 8) closed over a window and smoothed, and
+ *     interpolated back; the contrast d = (B - v) * 255 / B is split by Otsu's threshold into
+ *     paper and ink, and with p, q their median contrasts a pixel is black when
+ *     d >= p + k (q - p) (default k 0.50, window dpi / 6: 51 at 300 dpi). An area whose ink
+ *     and paper contrasts differ by less than 16 is all white.
+ *  7  the recommended method: 6 with its defaults, whatever the window, k, variant and range.
+ * Limits: window at most 4095 and, when given, no wider or taller than the area; variant 0..2;
+ * range (R) 0 or more.
+ */
+struct SDibBinarizeSetup {
+  int32_t method;   /* 4..7 */
+  int32_t variant;  /* method 4 and 5: 0 Niblack, 1 Sauvola, 2 Wolf-Jolion */
+  int32_t window;   /* pixels; 0: from the resolution */
+  int32_t k;        /* hundredths; 0: the method's default */
+  int32_t range;    /* Sauvola's R in grey levels; 0: 128 */
+};
+/* The shared entry of the adaptive binarizers. Null for a null image, a depth other than 8 and
+   24, an empty rectangle, a method, variant, window or range outside the limits above, a
+   colour area without a grey axis, or no memory. */
+QUILP_API DibInfo* DibBinarizeCommon(DibInfo* dib, SDibBinarizeSetup const& setup,
+                                     tagRect32* rect);
+/* Method 4 with R 128. */
+QUILP_API DibInfo* DibBinarizeNiblack(DibInfo* dib, int variant, int window, int k,
+                                      tagRect32* rect);
+/* Method 5 with R 128. */
+QUILP_API DibInfo* DibBinarizeNiGlob(DibInfo* dib, int variant, int window, int k,
+                                     tagRect32* rect);
+/* Method 6; window 0 and k 0 give method 7, the best page without tuning. */
+QUILP_API DibInfo* DibBinarizeStat(DibInfo* dib, int window, int k, tagRect32* rect);
+/* DibBinarizeEx with methods 4-7 writes the same pixels into its target. Keys: window
+   (default p1), k (default p2), variant (default 0), range (default 0); method 7 reads none. */
+
+/* (end of adaptive binarization) */
 
 
 #endif /* QUILP32_H */

@@ -135,7 +135,7 @@ TEST(BinarizeEx, ResultCodes) {
   char const* names[] = {"a", "b"};
   struct Case { int method, p1, p2; int count; bool nullNames; int want; };
   Case const cases[] = {
-      {-1, 0, 0, 0, false, -1},          {4, 0, 0, 0, false, -4},
+      {-1, 0, 0, 0, false, -1},          {8, 0, 0, 0, false, -4},
       {99, 0, 0, 0, false, -4},          {1, 4, 0, 0, false, -1},
       {1, 2, 2, 0, false, -1},           {1, 2, 2 << 8, 0, false, -1},
       {1, 3, 1 << 18, 0, false, -1},     {1, 3, -1, 0, false, -1},
@@ -197,5 +197,5 @@ TEST(BinarizeEx, DepthConversionToOneBitRoutesHere) {
   DibPtr deep = RandomDib(8, 8, 32, false, 12);
   DibInfo* out = nullptr;
   EXPECT_EQ(DibConvertDepthEx(out, deep.get(), 1, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), -1);
-  EXPECT_EQ(DibConvertDepthEx(out, grey.get(), 1, 7, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), -4);
+  EXPECT_EQ(DibConvertDepthEx(out, grey.get(), 1, 8, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), -4);
 }

@@ -2,10 +2,12 @@
 //
 // The frame registers the source (clamping rule) and the 1-bit target at the placement point.
 // A colour source is projected to grey first (main colour axis, no reference colour). The
-// method fixes a band of black levels; each row is marked into a scratch row and merged into
-// the target at its bit offset, so no pixel of a caller's target outside the area changes.
+// global methods fix a band of black levels; the adaptive ones (4-7, adaptive.h) decide pixel
+// by pixel. Each row is marked into a scratch row and merged into the target at its bit
+// offset, so no pixel of a caller's target outside the area changes.
 #include "binarize/binarize_ex.h"
 
+#include "binarize/adaptive.h"
 #include "binarize/grey_area.h"
 #include "binarize/histogram.h"
 #include "binarize/otsu.h"
@@ -45,6 +47,33 @@ bool MethodBand(DibView const& grey, int method, int p1, int p2, LevelBand& band
   return true;
 }
 
+// Merges each adaptive row into the target plane at its bit offset.
+class PlaneSink : public BitRowSink {
+ public:
+  PlaneSink(DibPlane const& plane, uint8_t* padded) : plane_(plane), padded_(padded) {}
+  void Put(int y, uint8_t const* bits) override {
+    int const bytes = (plane_.width + 7) / 8;
+    padded_[0] = 0;
+    for (int i = 0; i < bytes; ++i) padded_[i + 1] = bits[i];
+    padded_[bytes + 1] = 0;
+    PlaceBitRow(padded_, plane_.Row(y), plane_.bitOffset, plane_.width);
+  }
+
+ private:
+  DibPlane plane_;
+  uint8_t* padded_;
+};
+
+// The adaptive setup of methods 4-7 from the arguments and keys.
+int AdaptiveKeys(CDibFlowControl& frame, int method, int p1, int p2, AdaptiveSetup& setup) {
+  setup.method = method;
+  frame.GetIntParam(&setup.window, "window", p1);
+  frame.GetIntParam(&setup.k, "k", p2);
+  frame.GetIntParam(&setup.variant, "variant", kVariantNiblack);
+  frame.GetIntParam(&setup.range, "range", 0);
+  return frame.GetStatus();
+}
+
 DibView ViewOfPlane(DibPlane const& plane) {
   DibView v;
   v.top = plane.data;
@@ -61,12 +90,17 @@ int BinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2, i
                tagPoint32 const* origin) {
   if (!src) return kDibInvalid;
   CDibFlowControl frame;
-  frame.SetParams(count, names, values);  // accepted; no key is read
+  frame.SetParams(count, names, values);  // read by the adaptive methods only
   if (int const code = CheckMethod(method, p1, p2); code != kDibOk) frame.Fail(code);
   int const depth = src->BitsPerPixel();
   if (depth != 8 && depth != 24) frame.Fail(kDibInvalid);
   DibPlane source, target;
   frame.AddSource(&source, src, depth, rect);
+  AdaptiveSetup setup;
+  bool const adaptive = method >= kBinarizeNiblack && method < kBinarizeMethodsProvided;
+  if (adaptive && AdaptiveKeys(frame, method, p1, p2, setup) == kDibOk &&
+      ResolveAdaptiveSetup(setup, source.width, source.height, src->XPelsPerMeter()) != kDibOk)
+    frame.Fail(kDibInvalid);
   frame.AddTarget(&target, dest, 1, origin);
   if (frame.GetStatus() != kDibOk) return frame.GetStatus();
 
@@ -78,11 +112,16 @@ int BinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2, i
     if (!temporary) return frame.Fail(noMemory ? kDibNoMemory : kDibKernelFailed);
     grey = MakeView(temporary);
   }
-  LevelBand band;
-  if (!MethodBand(grey, method, p1, p2, band)) return frame.Fail(kDibKernelFailed);
   auto* const scratch =
       static_cast<uint8_t*>(frame.Scratch(static_cast<std::size_t>((grey.width + 7) / 8 + 2)));
   if (!scratch) return frame.GetStatus();
+  if (adaptive) {
+    PlaneSink sink(target, scratch);
+    if (!AdaptiveBinarize(grey, setup, sink)) return frame.Fail(kDibKernelFailed);
+    return frame.SetSuccess(true);
+  }
+  LevelBand band;
+  if (!MethodBand(grey, method, p1, p2, band)) return frame.Fail(kDibKernelFailed);
   for (int y = 0; y < grey.height; ++y)
     PlaceBandRow(grey.Row(y), target.Row(y), target.bitOffset, grey.width, band, scratch);
   return frame.SetSuccess(true);

@@ -11,7 +11,11 @@ enum BinarizeMethod : int {
   kBinarizeOtsuBand = 1,       // Otsu band: p1 classes, p2 packs from, to and two flags
   kBinarizeOtsu = 2,           // two-class Otsu threshold, black below it; p2 != 0 inverts
   kBinarizeOtsuNoExtremes = 3, // as 2, the counts of levels 0, 1, 254, 255 ignored
-  kBinarizeMethodsProvided = 4,
+  kBinarizeNiblack = 4,        // local statistics: keys window (p1), k (p2), variant, range
+  kBinarizeNiGlob = 5,         // Otsu for the clear pixels, the local rule between
+  kBinarizeStat = 6,           // paper surface and contrast: keys window (p1), k (p2)
+  kBinarizeAuto = 7,           // the recommended adaptive method with its defaults
+  kBinarizeMethodsProvided = 8,
 };
 // Packing of p2 for kBinarizeOtsuBand.
 constexpr int kBandFromMask = 0xFF;             // bits 0..7: first class

@@ -74,11 +74,15 @@ void PlaceBandRow(uint8_t const* src, uint8_t* dst, int offset, int width, Level
   scratch[0] = 0;  // a zero byte on either side of the row's bits
   scratch[bytes + 1] = 0;
   ThresholdKernelsActive().mark(src, scratch + 1, width, band.lo, band.hi);
+  PlaceBitRow(scratch, dst, offset, width);
+}
+
+void PlaceBitRow(uint8_t const* padded, uint8_t* dst, int offset, int width) {
   int const end = offset + width;  // bit positions offset..end-1 of dst receive the pixels
   for (int k = 0; k < (end + 7) / 8; ++k) {
     // Bits of dst byte k start at pixel 8k - offset: the low `offset` bits of row byte k - 1
-    // followed by the high bits of row byte k (scratch is shifted by one byte).
-    unsigned const window = (unsigned(scratch[k]) << 8) | scratch[k + 1];
+    // followed by the high bits of row byte k (padded is shifted by one byte).
+    unsigned const window = (unsigned(padded[k]) << 8) | padded[k + 1];
     unsigned const value = (window >> offset) & 0xFFu;
     int const from = offset - 8 * k > 0 ? offset - 8 * k : 0;
     int const to = end - 8 * k < 8 ? end - 8 * k : 8;

@@ -50,5 +50,8 @@ void MarkBandRows(DibView const& dst, DibView const& src, LevelBand band, bool f
 // no other bit. `scratch` holds at least (width + 7) / 8 + 2 bytes.
 void PlaceBandRow(uint8_t const* src, uint8_t* dst, int offset, int width, LevelBand band,
                   uint8_t* scratch);
+// Writes the `width` pixels of a 1-bit row into `dst` at bit `offset` (0..7), touching no
+// other bit. `padded` holds a zero byte, the row's (width + 7) / 8 bytes, and a zero byte.
+void PlaceBitRow(uint8_t const* padded, uint8_t* dst, int offset, int width);
 
 }  // namespace quilp

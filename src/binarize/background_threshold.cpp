@@ -1,0 +1,189 @@
+// background_threshold.cpp - the paper surface, the contrast histogram and the decision.
+#include "binarize/background_threshold.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <vector>
+
+#include "binarize/bit_row.h"
+#include "binarize/otsu.h"
+#include "filter/smooth.h"
+#include "morph/rect_morph.h"
+
+namespace quilp {
+namespace {
+
+// Contrast below this (in d units) between the paper and ink classes is paper noise.
+constexpr int kMinInkContrast = 16;
+
+// d = (B - v) * 255 / B for v < B, else 0.
+inline int Contrast(int b, int v) { return v < b ? (b - v) * 255 / b : 0; }
+
+// The visual rows of a view in storage order.
+struct StoredRows {
+  DibView view;
+  bool flipped;
+  explicit StoredRows(DibView const& g) : view(g), flipped(g.step < 0 && g.height > 0) {
+    if (flipped) {
+      view.top = g.Row(g.height - 1);
+      view.step = -g.step;
+    }
+  }
+  int Visual(int y) const { return flipped ? view.height - 1 - y : y; }
+};
+
+// The surface on the block grid, and its interpolation back to pixels.
+class Surface {
+ public:
+  bool Build(DibView const& grey, int window);
+  // The surface along visual row y.
+  void Row(int y, uint8_t* out);
+
+ private:
+  int f_ = 1, sw_ = 0, sh_ = 0, width_ = 0;
+  std::vector<uint8_t> blocks_, work_;
+  std::vector<int> x0_, wx_;    // per pixel: left block centre and weight (0..256)
+  std::vector<int> vertical_;  // the current row interpolated between two block rows
+};
+
+bool Surface::Build(DibView const& grey, int window) {
+  f_ = std::max(1, window / 8);
+  width_ = grey.width;
+  sw_ = (grey.width + f_ - 1) / f_;
+  sh_ = (grey.height + f_ - 1) / f_;
+  std::size_t const n = std::size_t(sw_) * std::size_t(sh_);
+  try {
+    blocks_.assign(n, 0);
+    work_.assign(n, 0);
+    x0_.resize(std::size_t(width_));
+    wx_.resize(std::size_t(width_));
+    vertical_.resize(std::size_t(sw_) + 1);
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+  StoredRows const rows(grey);
+  for (int y = 0; y < grey.height; ++y) {  // lightest level of each block
+    uint8_t const* src = rows.view.Row(y);
+    uint8_t* b = &blocks_[std::size_t(rows.Visual(y) / f_) * std::size_t(sw_)];
+    for (int x = 0, bx = 0; x < grey.width; x += f_, ++bx) {
+      int const end = std::min(grey.width, x + f_);
+      uint8_t m = b[bx];
+      for (int i = x; i < end; ++i) m = std::max(m, src[i]);
+      b[bx] = m;
+    }
+  }
+  DibPlane plane;
+  plane.width = sw_;
+  plane.height = sh_;
+  plane.stride = sw_;
+  plane.format = kDibFormat8;
+  plane.data = blocks_.data();
+  DibPlane other = plane;
+  other.data = work_.data();
+  int const h = std::max(1, window / (2 * f_));
+  if (!MorphRect(other, plane, h, h, MorphOp::kDilate) ||
+      !MorphRect(plane, other, h, h, MorphOp::kErode) ||
+      !DibGaussSmooth(other, plane, h * 128, h * 128))
+    return false;
+  blocks_.swap(work_);
+  // Block centres sit at f * i + (f - 1) / 2; pixels beyond the first and last centre
+  // repeat the edge block.
+  for (int x = 0; x < width_; ++x) {
+    int const pos = 2 * x - (f_ - 1);  // twice the distance from centre 0
+    if (pos <= 0) {
+      x0_[x] = 0;
+      wx_[x] = 0;
+    } else {
+      int const i = pos / (2 * f_);
+      x0_[x] = std::min(i, sw_ - 1);
+      wx_[x] = i >= sw_ - 1 ? 0 : (pos - 2 * f_ * i) * 256 / (2 * f_);
+    }
+  }
+  return true;
+}
+
+void Surface::Row(int y, uint8_t* out) {
+  int const pos = 2 * y - (f_ - 1);
+  int i = 0, w = 0;
+  if (pos > 0) {
+    i = std::min(pos / (2 * f_), sh_ - 1);
+    w = i >= sh_ - 1 ? 0 : (pos - 2 * f_ * i) * 256 / (2 * f_);
+  }
+  uint8_t const* a = &blocks_[std::size_t(i) * std::size_t(sw_)];
+  uint8_t const* b = w ? a + sw_ : a;
+  int* v = vertical_.data();
+  for (int x = 0; x < sw_; ++x) v[x] = a[x] * (256 - w) + b[x] * w;
+  v[sw_] = v[sw_ - 1];
+  for (int x = 0; x < width_; ++x) {
+    int const j = x0_[x], t = wx_[x];
+    out[x] = static_cast<uint8_t>((v[j] * (256 - t) + v[j + 1] * t + 32768) >> 16);
+  }
+}
+
+// The median of hist[lo..hi), or lo when empty.
+int Median(double const* hist, int lo, int hi) {
+  double total = 0;
+  for (int i = lo; i < hi; ++i) total += hist[i];
+  double run = 0;
+  for (int i = lo; i < hi; ++i) {
+    run += hist[i];
+    if (run * 2 >= total && total > 0) return i;
+  }
+  return lo;
+}
+
+}  // namespace
+
+bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& sink) {
+  Surface surface;
+  std::vector<uint8_t> paper, bits;
+  try {
+    paper.resize(std::size_t(grey.width));
+    bits.resize(std::size_t((grey.width + 7) / 8));
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+  if (!surface.Build(grey, window)) return false;
+  StoredRows const rows(grey);
+  // Pass 1: the contrast histogram.
+  std::vector<double> hist(256, 0.0);
+  std::vector<int> counts(256, 0);
+  for (int y = 0; y < grey.height; ++y) {
+    uint8_t const* src = rows.view.Row(y);
+    surface.Row(rows.Visual(y), paper.data());
+    std::fill(counts.begin(), counts.end(), 0);
+    for (int x = 0; x < grey.width; ++x) ++counts[Contrast(paper[x], src[x])];
+    for (int i = 0; i < 256; ++i) hist[i] += counts[i];
+  }
+  // The paper and ink classes and the cut between them.
+  std::vector<int> ihist(256);
+  double total = 0;
+  for (int i = 0; i < 256; ++i) total += hist[i];
+  double const scale = total > double(INT32_MAX) ? double(INT32_MAX) / total : 1.0;
+  for (int i = 0; i < 256; ++i) ihist[i] = static_cast<int>(hist[i] * scale);
+  int const split = DibOtsuThreshold(ihist.data(), 256, 0, 255, nullptr);
+  if (split < 0) return false;
+  int const p = Median(hist.data(), 0, std::max(split, 1));
+  int const q = Median(hist.data(), std::max(split, 1), 256);
+  int cut[256];  // black exactly when v < cut[B]
+  int const level = q - p < kMinInkContrast
+                        ? 256
+                        : static_cast<int>(std::ceil(p + k * (q - p)));
+  for (int b = 0; b < 256; ++b) {
+    int v = 0;
+    while (v < 256 && Contrast(b, v) >= level) ++v;
+    cut[b] = v;
+  }
+  // Pass 2: the decision.
+  for (int y = 0; y < grey.height; ++y) {
+    uint8_t const* src = rows.view.Row(y);
+    int const visual = rows.Visual(y);
+    surface.Row(visual, paper.data());
+    PackRow(bits.data(), grey.width, [&](int x) { return src[x] < cut[paper[x]]; });
+    sink.Put(visual, bits.data());
+  }
+  return true;
+}
+
+}  // namespace quilp
