@@ -983,3 +983,86 @@ DibInfo* DibBinarizeStat(DibInfo* dib, int window, int k, tagRect32* rect) {
 }
 
 // (end of adaptive binarization)
+
+// ---- Morphology: despeckling, reduction, distances, skeletons, structuring elements ------
+
+#include "morph/clean_pimples.h"
+#include "morph/distance_transform.h"
+#include "morph/ink_bits.h"
+#include "morph/squeeze.h"
+
+namespace {
+
+// The 1-bit area of a source under the clamping rule, read as ink; false when refused.
+bool LoadInkArea(DibInfo const* src, tagRect32 const* rect, Area& area, InkBits& ink) {
+  if (!src || src->BitsPerPixel() != 1 || !ClampRect(src, rect, area)) return false;
+  return LoadInk(ink, MakeView(src, area), area.left % 8);
+}
+
+// A new record of `depth` for an area of src, in src's row order and resolutions.
+DibInfo* CreateLike(DibInfo const* src, int width, int height, int depth) {
+  return DibCreateDepth(width, src->biHeight > 0 ? height : -height, src->XPelsPerMeter(),
+                        src->YPelsPerMeter(), depth);
+}
+
+// The record's vertical resolution in dots per inch (0 when unknown).
+int DotsPerInch(DibInfo const* dib) { return int(dib->YPelsPerMeter() / 39.37 + 0.5); }
+
+}  // namespace
+
+DibInfo* DibCleanPimples(DibInfo* src, int speckSize, int isolation, tagRect32* rect) {
+  if (speckSize < 0 || isolation < 0) return nullptr;
+  Area area;
+  InkBits ink;
+  if (!LoadInkArea(src, rect, area, ink)) return nullptr;
+  if (!CleanPimples(ink, CleanLimitsFor(DotsPerInch(src), speckSize, isolation))) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, 1);
+  if (made) StoreInk(ink, MakeView(made));
+  return made;
+}
+
+DibInfo* DibSqueeze(DibInfo* src, int level, tagRect32* rect) {
+  if (level < 1 || level > 4) return nullptr;
+  Area area;
+  InkBits ink, small;
+  if (!LoadInkArea(src, rect, area, ink)) return nullptr;
+  int const w = (area.width + 1) / 2, h = (area.height + 1) / 2;
+  if (!small.Reset(w, h)) return nullptr;
+  SqueezeInk(small, ink, level);
+  DibInfo* made = DibCreateDepth(w, src->biHeight > 0 ? h : -h,
+                                 int((int64_t(src->XPelsPerMeter()) + 1) / 2),
+                                 int((int64_t(src->YPelsPerMeter()) + 1) / 2), 1);
+  if (made) StoreInk(small, MakeView(made));
+  return made;
+}
+
+DibInfo* DibDistanceTransform(DibInfo* src, int metric, int bits, int measure, tagRect32* rect) {
+  if (metric < 0 || metric > 2 || (bits != 8 && bits != 32) || (measure != 0 && measure != 1))
+    return nullptr;
+  Area area;
+  InkBits ink;
+  if (!LoadInkArea(src, rect, area, ink)) return nullptr;
+  std::vector<uint32_t> map;
+  DistanceMetric const m = static_cast<DistanceMetric>(metric);
+  if (!DistanceMap(map, ink, measure == 0, m)) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, bits);
+  if (!made) return nullptr;
+  DibView const out = MakeView(made);
+  for (int i = 0; i < area.height; ++i) {
+    int const y = StorageRow(out.step, i, area.height);
+    uint32_t const* d = map.data() + std::size_t(y) * std::size_t(area.width);
+    unsigned char* row = out.Row(y);
+    for (int x = 0; x < area.width; ++x) {
+      if (bits == 32) {
+        int32_t const v = d[x] > 0x7FFFFFFFu ? 0x7FFFFFFF : int32_t(d[x]);
+        std::memcpy(row + 4 * std::size_t(x), &v, 4);
+      } else {
+        uint32_t const v = m == DistanceMetric::kEuclid && d[x] != kDistanceFar ? RoundedRoot(d[x]) : d[x];
+        row[x] = uint8_t(v > 255 ? 255 : v);
+      }
+    }
+  }
+  return made;
+}
+
+// (end of morphology)

@@ -778,5 +778,50 @@ QUILP_API DibInfo* DibBinarizeStat(DibInfo* dib, int window, int k, tagRect32* r
 
 /* (end of adaptive binarization) */
 
+/* ---- Morphology: despeckling, reduction, distances, skeletons, structuring elements ---- */
+/*
+ * 1-bit pages: ink is black (a clear bit, palette index 0), paper white (a set bit).
+ * DibCleanPimples, DibSqueeze, DibDistanceTransform and the skeletons work on the ink;
+ * everything beyond the processed area counts as paper. Each returns a new record of the
+ * area (clamping rule; null: the whole image) with the source's row order and resolutions
+ * (DibSqueeze: halved), or null for a null source, another depth, an argument out of range,
+ * an area with nothing inside the image or a failed allocation.
+ */
+
+/* Despeckling of a 1-bit page, decided on the page as each step leaves it:
+    1. one-pixel bumps on straight stroke edges (an ink pixel whose two side neighbours and the
+       three pixels beyond it are paper and the five pixels behind it ink) become paper, and
+       one-pixel notches (the same with ink and paper exchanged) become ink;
+    2. white holes (4-connected paper not touching the area's border) of at most `tiny`
+       pixels and at most speckSize on a side become ink;
+    3. ink specks (8-connected) at most speckSize on a side become paper when their area is at
+       most `tiny` pixels, or when no other ink lies within `isolation` pixels of their box.
+   A full stop or an i-dot is larger than `tiny` and sits beside its letters, so it stays.
+   speckSize 0 means dpi / 50 (at least 2; 4 pixels at 200 dpi, 6 at 300), isolation 0 means
+   dpi / 15 (at least 3; 13 pixels at 200 dpi, 20 at 300), and tiny is dpi^2 / 12000 (at
+   least 1, at most speckSize^2; 3 pixels at 200 dpi, 7 at 300), with dpi read from the
+   record's vertical resolution (300 when it is 0). Negative sizes give null. */
+QUILP_API DibInfo* DibCleanPimples(DibInfo* src, int speckSize, int isolation, tagRect32* rect);
+
+/* Rank-order reduction by two per axis: result pixel (x, y) is ink when at least `level`
+   (1..4) of the source pixels (2x .. 2x+1, 2y .. 2y+1) are ink; pixels past an odd width or
+   height count as paper. The result is ceil(W / 2) x ceil(H / 2) with the resolutions halved
+   (rounded); it can be reduced again the same way. */
+QUILP_API DibInfo* DibSqueeze(DibInfo* src, int level, tagRect32* rect);
+
+enum DibDistanceMetric { DibMetricEuclid = 0, DibMetricCity = 1, DibMetricChess = 2 };
+/* The distance of every measured pixel to the nearest pixel of the other class, centre to
+   centre; 0 on the other pixels. measure 0 measures the ink (distance to the nearest paper,
+   the pixels beyond the area being paper: a border pixel is at most 1 away), measure 1 the
+   paper (distance to the nearest ink). bits 32: a record of signed 32-bit integers, the
+   squared distance for Euclid and the distance for city-block and chessboard; 2147483647
+   where no pixel of the other class exists. bits 8: the distance (Euclid: round(sqrt), halves
+   up) saturated at 255. Exact for every metric, in linear time. Null for a metric other than
+   0..2, bits other than 8 and 32 or measure other than 0 and 1. */
+QUILP_API DibInfo* DibDistanceTransform(DibInfo* src, int metric, int bits, int measure,
+                                        tagRect32* rect);
+
+/* (end of morphology) */
+
 
 #endif /* QUILP32_H */

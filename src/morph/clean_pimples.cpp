@@ -1,0 +1,154 @@
+// clean_pimples.cpp - despeckling of 1-bit pages (see clean_pimples.h).
+#include "morph/clean_pimples.h"
+
+#include <algorithm>
+#include <bit>
+#include <new>
+#include <vector>
+
+#include "morph/components.h"
+
+namespace quilp {
+
+CleanLimits CleanLimitsFor(int dpi, int speckSize, int isolation) {
+  if (dpi <= 0) dpi = 300;
+  CleanLimits l;
+  l.speckSize = speckSize > 0 ? speckSize : std::max(2, (dpi + 25) / 50);  // about half a mm
+  l.isolation = isolation > 0 ? isolation : std::max(3, (dpi + 7) / 15);   // about 1.7 mm
+  // A full stop of 10-point type is some 3 x 3 pixels at 200 dpi and 4 x 4 at 300 dpi.
+  int64_t const tiny = std::max<int64_t>(1, int64_t(dpi) * dpi / 12000);
+  int64_t const box = int64_t(l.speckSize) * l.speckSize;
+  l.tinyArea = int(std::min(tiny, box));
+  l.holeArea = l.tinyArea;
+  return l;
+}
+
+namespace {
+
+// Pixels that stick out by one from a straight edge, in the image whose pixel words `at`
+// returns (at(dy, dx): the 64 pixels at columns 64k + dx of row y + dy).
+template <class At>
+uint64_t Protrusions(At const& at) {
+  uint64_t const p = at(0, 0);
+  if (!p) return 0;
+  auto none = [&](int dy0, int dx0, int dy1, int dx1) {  // all paper over a line of 3
+    return ~(at(dy0, dx0) | at((dy0 + dy1) / 2, (dx0 + dx1) / 2) | at(dy1, dx1));
+  };
+  auto all5 = [&](int dy, int dx, bool alongRow) {  // all ink over 5 pixels centred there
+    uint64_t v = ~uint64_t(0);
+    for (int t = -2; t <= 2; ++t) v &= alongRow ? at(dy, dx + t) : at(dy + t, dx);
+    return v;
+  };
+  uint64_t const sidesH = ~(at(0, -1) | at(0, 1)), sidesV = ~(at(-1, 0) | at(1, 0));
+  uint64_t out = 0;
+  out |= sidesH & none(-1, -1, -1, 1) & all5(1, 0, true);   // up, ink below
+  out |= sidesH & none(1, -1, 1, 1) & all5(-1, 0, true);    // down, ink above
+  out |= sidesV & none(-1, -1, 1, -1) & all5(0, 1, false);  // left, ink to the right
+  out |= sidesV & none(-1, 1, 1, 1) & all5(0, -1, false);   // right, ink to the left
+  return p & out;
+}
+
+bool BumpsAndNotches(InkBits& ink) {
+  int const w = ink.Width(), h = ink.Height(), words = ink.Words();
+  InkBits flips;
+  if (!flips.Reset(w, h)) return false;
+  uint64_t const tail = ink.TailMask();
+  for (int y = 0; y < h; ++y) {
+    for (int k = 0; k < words; ++k) {
+      auto inkAt = [&](int dy, int dx) {
+        int const yy = y + dy;
+        if (yy < 0 || yy >= h) return uint64_t(0);
+        return WordAt(ink.Row(yy), words, 64 * k + dx, 0);
+      };
+      auto paperAt = [&](int dy, int dx) { return ~inkAt(dy, dx); };
+      uint64_t f = Protrusions(inkAt) | Protrusions(paperAt);
+      if (k == words - 1) f &= tail;
+      flips.Row(y)[k] = f;
+    }
+  }
+  for (int y = 0; y < h; ++y)
+    for (int k = 0; k < words; ++k) ink.Row(y)[k] ^= flips.Row(y)[k];
+  return true;
+}
+
+// Set pixels of row y between columns x0 and x1 (inclusive, inside the row).
+int64_t CountBits(uint64_t const* row, int x0, int x1) {
+  int64_t n = 0;
+  for (int k = x0 >> 6; k <= x1 >> 6; ++k) {
+    uint64_t m = ~uint64_t(0);
+    if (k == x0 >> 6) m &= ~uint64_t(0) >> (x0 & 63);
+    if (k == x1 >> 6) m &= ~uint64_t(0) << (63 - (x1 & 63));
+    n += std::popcount(row[k] & m);
+  }
+  return n;
+}
+
+void FillRun(uint64_t* row, int x0, int x1, bool set) {
+  for (int k = x0 >> 6; k <= x1 >> 6; ++k) {
+    uint64_t m = ~uint64_t(0);
+    if (k == x0 >> 6) m &= ~uint64_t(0) >> (x0 & 63);
+    if (k == x1 >> 6) m &= ~uint64_t(0) << (63 - (x1 & 63));
+    row[k] = set ? row[k] | m : row[k] & ~m;
+  }
+}
+
+// Paints the runs of the chosen components (keep[label] true) into `ink` as ink or paper.
+void PaintComponents(InkBits& ink, ComponentMap const& map, std::vector<char> const& chosen,
+                     bool set) {
+  for (InkRun const& r : map.runs)
+    if (chosen[std::size_t(r.label)]) FillRun(ink.Row(r.y), r.x0, r.x1, set);
+}
+
+bool FillHoles(InkBits& ink, CleanLimits const& limits) {
+  int const w = ink.Width(), h = ink.Height();
+  InkBits paper;
+  if (!paper.Reset(w, h)) return false;
+  for (int y = 0; y < h; ++y)
+    for (int k = 0; k < ink.Words(); ++k) paper.Row(y)[k] = ~ink.Row(y)[k];
+  paper.ClearTails();
+  ComponentMap map;
+  if (!LabelComponents(paper, false, map)) return false;
+  std::vector<char> fill(map.components.size(), 0);
+  for (std::size_t i = 0; i < fill.size(); ++i) {
+    InkComponent const& c = map.components[i];
+    bool const inside = c.left > 0 && c.top > 0 && c.right < w - 1 && c.bottom < h - 1;
+    fill[i] = inside && c.area <= limits.holeArea && c.right - c.left < limits.speckSize &&
+              c.bottom - c.top < limits.speckSize;
+  }
+  PaintComponents(ink, map, fill, true);
+  return true;
+}
+
+bool RemoveSpecks(InkBits& ink, CleanLimits const& limits) {
+  int const w = ink.Width(), h = ink.Height(), d = limits.isolation;
+  ComponentMap map;
+  if (!LabelComponents(ink, true, map)) return false;
+  std::vector<char> remove(map.components.size(), 0);
+  for (std::size_t i = 0; i < remove.size(); ++i) {
+    InkComponent const& c = map.components[i];
+    if (c.right - c.left >= limits.speckSize || c.bottom - c.top >= limits.speckSize) continue;
+    if (c.area <= limits.tinyArea) {
+      remove[i] = 1;
+      continue;
+    }
+    int const x0 = std::max(0, c.left - d), x1 = std::min(w - 1, c.right + d);
+    int const y0 = std::max(0, c.top - d), y1 = std::min(h - 1, c.bottom + d);
+    int64_t count = 0;
+    for (int y = y0; y <= y1 && count <= c.area; ++y) count += CountBits(ink.Row(y), x0, x1);
+    remove[i] = count == c.area;  // its own pixels only
+  }
+  PaintComponents(ink, map, remove, false);
+  return true;
+}
+
+}  // namespace
+
+bool CleanPimples(InkBits& ink, CleanLimits const& limits) {
+  try {
+    return BumpsAndNotches(ink) && FillHoles(ink, limits) && RemoveSpecks(ink, limits);
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+}
+
+}  // namespace quilp
