@@ -12,3 +12,11 @@ namespace cli_test {
 std::string WriteBmpFile(std::string const& name, DibInfo const* dib);
 
 }  // namespace cli_test
+
+namespace cli_test {
+
+// Reads a BMP file of the work folder as written by the tool (40-byte header, standard
+// palette); null when it is missing or not such a file. Release with DibFree.
+DibInfo* ReadBmpFile(std::string const& name);
+
+}  // namespace cli_test

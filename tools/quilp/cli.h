@@ -1,5 +1,5 @@
 // cli.h - the quilp tool's shared parts: argument reading, errors, the command and demo
-// registries, and BMP file input and output.
+// registries, and image file input and output.
 //
 // Each cmd_*.cpp registers its subcommands (and its demo steps) with a static Registrar, so a
 // new operation family adds one file and touches nothing else.
@@ -58,7 +58,9 @@ double ParseDouble(std::string const& text, char const* what);
 void ParseColour(std::string const& text, unsigned char out[3]);
 std::vector<std::string> SplitList(std::string const& text, char separator);
 
-// BMP files: 1, 8, 24 and 32 bits, uncompressed, bottom-up or top-down.
+// Image files, whatever their format: ReadBmp reads BMP, PNG, TIFF (its first page), JPEG or
+// PNM, recognised by content; WriteBmp writes the format the name's extension says (BMP when
+// it names none). Both throw CliError naming the file. (image_formats.h has the rest.)
 Dib ReadBmp(std::string const& path);
 // The same from the file's bytes; `who` names the file in errors.
 Dib DecodeBmp(std::vector<unsigned char> const& bytes, std::string const& who);
