@@ -65,4 +65,5 @@ PYBIND11_MODULE(quilp, m) {
   quilp_py::BindBinarize(m);
   quilp_py::BindFilters(m);
   quilp_py::BindMeasures(m);
+  quilp_py::BindGeometry(m);
 }

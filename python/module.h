@@ -36,5 +36,6 @@ void BindConversion(py::module_& m);  // grey, colour dropout, depth decision
 void BindBinarize(py::module_& m);
 void BindFilters(py::module_& m);     // grey filters, erosion and dilation
 void BindMeasures(py::module_& m);    // skew, difference, variance
+void BindGeometry(py::module_& m);    // rotation, turns, deskewing, orientation
 
 }  // namespace quilp_py

@@ -53,9 +53,14 @@ def tool(tmp_path, array, *args):
     (lambda g, c: quilp.drop_colours(c, ["C82828"]), ("dropout", "--drop", "C82828")),
     (lambda g, c: quilp.filter(g, "min", hsize=5, vsize=3), ("filter", "--op", "min", "--hsize", "5", "--vsize", "3")),
     (lambda g, c: quilp.filter(g, "smooth", sigma=1.5), ("filter", "--op", "smooth", "--sigma", "1.5")),
+    (lambda g, c: quilp.rotate(c, 1.5, interp="bicubic"), ("rotate", "--angle", "1.5", "--interp", "bicubic")),
+    (lambda g, c: quilp.rotate(g < 128, -4, expand=True), ("rotate", "--angle", "-4", "--expand")),
+    (lambda g, c: quilp.deskew(g)[0], ("deskew",)),
 ])
 def test_same_pixels_as_the_library_through_the_tool(tmp_path, page, colour, call, args):
-    src = colour if args[0] in ("grey", "dropout") else page
+    src = colour if args[0] in ("grey", "dropout") or "bicubic" in args else page
+    if "--expand" in args:
+        src = page < 128
     np.testing.assert_array_equal(call(page, colour), tool(tmp_path, src, *args))
 
 
@@ -89,10 +94,20 @@ def test_measures_against_numpy(page, colour):
     np.testing.assert_array_equal(quilp.binarize(page, "otsu"), page < t)
 
 
-def test_skew_of_a_rotated_page():
-    from textpage import rotate_page
-    p = rotate_page(render_page(3, dpi=150, width_in=5, height_in=4), 2.0)
-    assert quilp.skew_angle(p.grey) == pytest.approx(2.0, abs=0.05)
+def test_geometry_against_numpy_and_rendered_truth(page, colour):
+    from textpage import rotate_page, turn_page
+    for img in (page, colour, page < 128):
+        for k in (-1, 1, 2, 7):
+            np.testing.assert_array_equal(quilp.turn(img, k), np.rot90(img, -k))
+    p = render_page(3, dpi=150, width_in=5, height_in=4)
+    skewed = rotate_page(p, 2.0)
+    assert quilp.skew_angle(skewed.grey) == pytest.approx(2.0, abs=0.05)
+    straight, degrees = quilp.deskew(skewed.grey)
+    assert degrees == pytest.approx(2.0, abs=0.05) and straight.shape == p.grey.shape
+    assert abs(quilp.skew_angle(straight)) < 0.05
+    quarters, confidence = quilp.orientation(turn_page(p, 1).grey)
+    assert (quarters, confidence > 50) == (3, True)
+    assert quilp.orientation(np.full((300, 300), 255, np.uint8)) == (None, 0)
 
 
 @pytest.mark.parametrize("call, error", [
@@ -112,6 +127,8 @@ def test_skew_of_a_rotated_page():
     (lambda g: quilp.otsu_levels(g, 4), "classes is 2 or 3"),
     (lambda g: quilp.skew_angle(g, "guess"), "method is"),
     (lambda g: quilp.to_grey(np.zeros((4, 4, 3), np.uint8)), "no grey direction"),
+    (lambda g: quilp.rotate(g, 3, interp="cubic"), "interp is"),
+    (lambda g: quilp.rotate(g, float("nan")), "finite"),
 ])
 def test_failures_raise_value_error_with_the_reason(page, call, error):
     with pytest.raises(ValueError, match=error):
