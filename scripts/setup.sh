@@ -10,7 +10,9 @@ want=(cmake g++ make pkg-config libgtest-dev libgmock-dev libbenchmark-dev
       g++-multilib
       # generated test pages: real glyphs from Debian's fonts, OCR for the quality checks
       python3 python3-numpy python3-pil fonts-dejavu-core fonts-liberation2 fonts-freefont-ttf
-      tesseract-ocr tesseract-ocr-eng)
+      tesseract-ocr tesseract-ocr-eng
+      # the Python module, for Debian's own python3
+      python3-dev python3-pybind11 python3-pytest)
 if [ "${1:-}" = fuzz ]; then  # the fuzz targets: clang with libFuzzer and the sanitizers
   want+=(clang libclang-rt-14-dev)
 fi

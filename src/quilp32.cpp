@@ -382,6 +382,7 @@ int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2
 // ---- Colour suppression and the depth decision ------------------------------------
 
 #include "colour/colour_dropout.h"
+#include "colour/dropout_tolerance.h"
 #include "colour/grey_mix.h"
 #include "scale/compress_bits.h"
 
@@ -409,8 +410,10 @@ DibInfo* DibSupressColor(DibInfo* src, unsigned char const (*colour)[3], tagRect
 
 DibInfo* DibSupressColors(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
                           int dropCount, unsigned char const (*drop)[3], tagRect32* rect) {
-  return Dropout(src, rect, [=](DibView const& dst, DibView const& from) {
-    return DibSuppressColorSets(dst, from, keepCount, keep, dropCount, drop);
+  // The general dropout with no tolerances and grey output.
+  ToleranceSets const sets = {keep, nullptr, keepCount, drop, nullptr, dropCount};
+  return Dropout(src, rect, [&](DibView const& dst, DibView const& from) {
+    return DibSuppressColorSetsCommon(dst, from, sets, 8);
   });
 }
 
@@ -948,3 +951,687 @@ int DibCanonize(DibInfo*& dst, DibInfo const* src, int direction, int count,
 }
 
 // (end of canonical form)
+
+
+// ---- Zoomed previews and upscaling ------------------------------------------------
+
+#include "scale/upscale.h"
+#include "scale/zoom.h"
+#include "scale/zoom_axis.h"
+#include "scale/zoom_deskewed.h"
+
+namespace {
+
+// A resolution scaled by result / area pixels, rounded; 0 stays 0.
+int ScaledResolution(int pelsPerMetre, int result, int area) {
+  double const r = std::floor(double(pelsPerMetre) * result / area + 0.5);
+  return r >= double(INT_MAX) ? INT_MAX : r <= 0.0 ? 0 : int(r);
+}
+
+// The clamped area of a zoom and the result's size; false when either is refused.
+struct ZoomGeometry {
+  Area area;
+  int width = 0, height = 0;
+};
+
+bool ZoomGeometryOf(DibInfo const* src, double factor, tagRect32 const* rect, ZoomGeometry& g) {
+  if (!ClampRect(src, rect, g.area)) return false;
+  g.width = ZoomLength(g.area.width, factor);
+  g.height = ZoomLength(g.area.height, factor);
+  return g.width > 0 && g.height > 0;
+}
+
+// A result record of the zoom's size, the source's row order and the scaled resolutions.
+DibInfo* MakeZoomResult(DibInfo const* src, ZoomGeometry const& g, int depth) {
+  return DibCreateForOverwrite(g.width, src->biHeight > 0 ? g.height : -g.height,
+                               ScaledResolution(src->XPelsPerMeter(), g.width, g.area.width),
+                               ScaledResolution(src->YPelsPerMeter(), g.height, g.area.height),
+                               depth);
+}
+
+DibInfo* Zoom(DibInfo* src, double factor, tagRect32 const* rect, ZoomResult result) {
+  if (!src) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 1 && depth != 8 && depth != 24 && depth != 32) return nullptr;
+  ZoomGeometry g;
+  if (!ZoomGeometryOf(src, factor, rect, g)) return nullptr;
+  DibHolder made(MakeZoomResult(src, g, result == ZoomResult::kGrey ? 8 : depth));
+  if (!made || !DibZoomView(MakeView(made.get()), MakeView(src, g.area), depth, result))
+    return nullptr;
+  return made.release();
+}
+
+}  // namespace
+
+DibInfo* DibMakeZoom8(DibInfo* src, double factor, tagRect32* rect) {
+  return Zoom(src, factor, rect, ZoomResult::kGrey);
+}
+
+DibInfo* DibMakeZoom(DibInfo* src, double factor, tagRect32* rect) {
+  return Zoom(src, factor, rect, ZoomResult::kSameDepth);
+}
+
+DibInfo* DibMakeZoomDeskewed(DibInfo* src, double factor, double angle, tagRect32* rect) {
+  if (!src) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 1 && depth != 8 && depth != 24 && depth != 32) return nullptr;
+  if (!std::isfinite(angle) || std::fabs(angle) > kMaxDeskewAngle) return nullptr;
+  ZoomGeometry g;
+  if (!ZoomGeometryOf(src, factor, rect, g)) return nullptr;
+  DibHolder made(MakeZoomResult(src, g, 8));
+  if (!made || !DibZoomDeskewedView(MakeView(made.get()), MakeView(src, g.area), depth, angle))
+    return nullptr;
+  return made.release();
+}
+
+int DibUpscale(DibInfo*& dst, DibInfo const* src, double factor, tagRect32 const* rect) {
+  if (!src) return kDibInvalid;
+  CDibFlowControl frame;
+  int const depth = src->BitsPerPixel();
+  DibPlane from;
+  if (frame.AddSource(&from, src, depth, rect) < 0) return frame.GetStatus();
+  bool const allowed = depth == 1 ? factor == 2.0 || factor == 3.0 || factor == 4.0
+                                  : std::isfinite(factor) && factor >= 1.0;
+  ZoomGeometry g;
+  if (!allowed || !ZoomGeometryOf(src, factor, rect, g)) return frame.Fail(kDibInvalid);
+  if (dst && (dst->BitsPerPixel() != depth || dst->Width() < g.width || dst->Height() < g.height))
+    return frame.Fail(kDibInvalid);
+  DibHolder made(dst ? nullptr : MakeZoomResult(src, g, depth));
+  if (!dst && !made) return frame.Fail(kDibNoMemory);
+  DibPlane const to = MakePlane(dst ? dst : made.get(), Area{0, 0, g.width, g.height});
+  if (frame.SetSuccess(DibUpscalePlane(to, from)) < 0) return frame.GetStatus();
+  if (made) dst = made.release();
+  return frame.GetStatus();
+}
+
+// (end of zoomed previews and upscaling)
+
+
+// ---- Adaptive binarization ----------------------------------------------------------
+
+#include "binarize/adaptive.h"
+
+namespace {
+
+AdaptiveSetup SetupOf(int method, int variant, int window, int k, int range) {
+  AdaptiveSetup s;
+  s.method = method;
+  s.variant = variant;
+  s.window = window;
+  s.k = k;
+  s.range = range;
+  return s;
+}
+
+}  // namespace
+
+DibInfo* DibBinarizeCommon(DibInfo* dib, SDibBinarizeSetup const& setup, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(
+      dib, SetupOf(setup.method, setup.variant, setup.window, setup.k, setup.range), rect);
+}
+
+DibInfo* DibBinarizeNiblack(DibInfo* dib, int variant, int window, int k, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(dib, SetupOf(kAdaptiveNiblack, variant, window, k, 0), rect);
+}
+
+DibInfo* DibBinarizeNiGlob(DibInfo* dib, int variant, int window, int k, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(dib, SetupOf(kAdaptiveNiGlob, variant, window, k, 0), rect);
+}
+
+DibInfo* DibBinarizeStat(DibInfo* dib, int window, int k, tagRect32* rect) {
+  return AdaptiveBinarizeRecord(dib, SetupOf(kAdaptiveStat, 0, window, k, 0), rect);
+}
+
+// (end of adaptive binarization)
+
+
+// ---- Morphology: despeckling, reduction, distances, skeletons, structuring elements ------
+
+#include "morph/clean_pimples.h"
+#include "morph/distance_transform.h"
+#include "morph/grey_gradient.h"
+#include "morph/ink_bits.h"
+#include "morph/morph_ops.h"
+#include "morph/skeleton.h"
+#include "morph/squeeze.h"
+
+namespace {
+
+// The 1-bit area of a source under the clamping rule, read as ink; false when refused.
+bool LoadInkArea(DibInfo const* src, tagRect32 const* rect, Area& area, InkBits& ink) {
+  if (!src || src->BitsPerPixel() != 1 || !ClampRect(src, rect, area)) return false;
+  return LoadInk(ink, MakeView(src, area), area.left % 8);
+}
+
+// A new record of `depth` for an area of src, in src's row order and resolutions.
+DibInfo* CreateLike(DibInfo const* src, int width, int height, int depth) {
+  return DibCreateDepth(width, src->biHeight > 0 ? height : -height, src->XPelsPerMeter(),
+                        src->YPelsPerMeter(), depth);
+}
+
+// The record's vertical resolution in dots per inch (0 when unknown).
+int DotsPerInch(DibInfo const* dib) { return int(dib->YPelsPerMeter() / 39.37 + 0.5); }
+
+}  // namespace
+
+DibInfo* DibCleanPimples(DibInfo* src, int speckSize, int isolation, tagRect32* rect) {
+  if (speckSize < 0 || isolation < 0) return nullptr;
+  Area area;
+  InkBits ink;
+  if (!LoadInkArea(src, rect, area, ink)) return nullptr;
+  if (!CleanPimples(ink, CleanLimitsFor(DotsPerInch(src), speckSize, isolation))) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, 1);
+  if (made) StoreInk(ink, MakeView(made));
+  return made;
+}
+
+DibInfo* DibSqueeze(DibInfo* src, int level, tagRect32* rect) {
+  if (level < 1 || level > 4) return nullptr;
+  Area area;
+  InkBits ink, small;
+  if (!LoadInkArea(src, rect, area, ink)) return nullptr;
+  int const w = (area.width + 1) / 2, h = (area.height + 1) / 2;
+  if (!small.Reset(w, h)) return nullptr;
+  SqueezeInk(small, ink, level);
+  DibInfo* made = DibCreateDepth(w, src->biHeight > 0 ? h : -h,
+                                 int((int64_t(src->XPelsPerMeter()) + 1) / 2),
+                                 int((int64_t(src->YPelsPerMeter()) + 1) / 2), 1);
+  if (made) StoreInk(small, MakeView(made));
+  return made;
+}
+
+DibInfo* DibDistanceTransform(DibInfo* src, int metric, int bits, int measure, tagRect32* rect) {
+  if (metric < 0 || metric > 2 || (bits != 8 && bits != 32) || (measure != 0 && measure != 1))
+    return nullptr;
+  Area area;
+  InkBits ink;
+  if (!LoadInkArea(src, rect, area, ink)) return nullptr;
+  std::vector<uint32_t> map;
+  DistanceMetric const m = static_cast<DistanceMetric>(metric);
+  if (!DistanceMap(map, ink, measure == 0, m)) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, bits);
+  if (!made) return nullptr;
+  DibView const out = MakeView(made);
+  for (int i = 0; i < area.height; ++i) {
+    int const y = StorageRow(out.step, i, area.height);
+    uint32_t const* d = map.data() + std::size_t(y) * std::size_t(area.width);
+    unsigned char* row = out.Row(y);
+    for (int x = 0; x < area.width; ++x) {
+      if (bits == 32) {
+        int32_t const v = d[x] > 0x7FFFFFFFu ? 0x7FFFFFFF : int32_t(d[x]);
+        std::memcpy(row + 4 * std::size_t(x), &v, 4);
+      } else {
+        uint32_t const v = m == DistanceMetric::kEuclid && d[x] != kDistanceFar ? RoundedRoot(d[x]) : d[x];
+        row[x] = uint8_t(v > 255 ? 255 : v);
+      }
+    }
+  }
+  return made;
+}
+
+namespace {
+
+// The request of a setup; the element image, if any, is read into `element`. False when the
+// image cannot be read (not 1-bit, no memory).
+bool MorphRequestOf(SDibMorphSetup const& setup, InkBits& element, MorphRequest& request) {
+  request = {setup.oper, setup.shape, setup.hSize, setup.vSize, setup.angle, nullptr, setup.pattern};
+  if (setup.shape != DibShapeImage) return true;
+  DibInfo const* e = setup.element;
+  if (!e || e->BitsPerPixel() != 1 || e->Width() < 1 || e->Height() < 1) return false;
+  if (!LoadInk(element, MakeView(e), 0, false)) return false;
+  request.image = &element;
+  return true;
+}
+
+DibView ViewOfPlane(DibPlane const& p) {
+  DibView v;
+  v.top = p.data;
+  v.step = p.stride;
+  v.width = p.width;
+  v.height = p.height;
+  return v;
+}
+
+}  // namespace
+
+DibInfo* DibMorphCommon(DibInfo* src, SDibMorphSetup const* setup, tagRect32* rect) {
+  if (!src || !setup || (src->BitsPerPixel() != 1 && src->BitsPerPixel() != 8)) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  InkBits element;
+  MorphRequest request;
+  if (!MorphRequestOf(*setup, element, request)) return nullptr;
+  DibHolder made(CreateLike(src, area.width, area.height, src->BitsPerPixel()));
+  if (!made) return nullptr;
+  if (MorphArea(MakeView(made.get()), 0, MakeView(src, area), area.left % 8, src->BitsPerPixel(),
+                request) != 0)
+    return nullptr;
+  return made.release();
+}
+
+int DibMorphEx(DibInfo*& dst, DibInfo const* src, SDibMorphSetup const* setup, int count,
+               char const* const* names, char const* const* values, tagRect32 const* rect,
+               tagPoint32 const* origin) {
+  if (!src || !setup) return kDibInvalid;
+  CDibFlowControl frame;
+  SDibMorphSetup s = *setup;
+  frame.SetParams(count, names, values);
+  frame.GetIntParam(&s.oper, "oper", setup->oper);
+  frame.GetIntParam(&s.shape, "type", setup->shape);
+  frame.GetIntParam(&s.hSize, "hSize", setup->hSize);
+  frame.GetIntParam(&s.vSize, "vSize", setup->vSize);
+  int const depth = src->BitsPerPixel();
+  if (depth != 1 && depth != 8) return frame.Fail(kDibInvalid);
+  DibPlane from, to;
+  frame.AddSource(&from, src, depth, rect);
+  frame.AddTarget(&to, dst, depth, origin);
+  if (frame.GetStatus() != kDibOk) return frame.GetStatus();
+  InkBits element;
+  MorphRequest request;
+  if (!MorphRequestOf(s, element, request)) return frame.Fail(kDibInvalid);
+  int const status = MorphArea(ViewOfPlane(to), to.bitOffset, ViewOfPlane(from), from.bitOffset,
+                               depth, request);
+  return status < 0 ? frame.Fail(status) : frame.SetResult(status);
+}
+
+DibInfo* DibGradientMorpho(DibInfo* src, int kind, int size, tagRect32* rect) {
+  if (!src || src->BitsPerPixel() != 8 || kind < 0 || kind > 2) return nullptr;
+  if (size == 0) size = 3;
+  if (size < 1 || size % 2 == 0 || size > kMaxElementSize) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder made(CreateLike(src, area.width, area.height, 8));
+  if (!made) return nullptr;
+  if (size == 3) {
+    if (!GreyGradient3x3(MakeView(made.get()), MakeView(src, area), kind)) return nullptr;
+    return made.release();
+  }
+  MorphRequest const request = {int(MorphOperation::kGradient) + kind, int(ElementShape::kRect),
+                                size, size, 0.0, nullptr, nullptr};
+  if (MorphArea(MakeView(made.get()), 0, MakeView(src, area), 0, 8, request) != 0) return nullptr;
+  return made.release();
+}
+
+namespace {
+
+// The skeleton of the area's ink; `weak` continues the end points.
+bool SkeletonOf(DibInfo* src, tagRect32 const* rect, bool weak, Area& area, InkBits& skeleton,
+                InkBits& ink) {
+  if (!LoadInkArea(src, rect, area, ink) || !skeleton.Reset(area.width, area.height)) return false;
+  std::copy(ink.Row(0), ink.Row(0) + std::size_t(ink.Words()) * std::size_t(ink.Height()), skeleton.Row(0));
+  if (!ThinInk(skeleton)) return false;
+  if (weak) TipExtension(skeleton, ink);
+  return true;
+}
+
+DibInfo* SkeletonRecord(DibInfo* src, tagRect32 const* rect, bool weak) {
+  Area area;
+  InkBits skeleton, ink;
+  if (!SkeletonOf(src, rect, weak, area, skeleton, ink)) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, 1);
+  if (made) StoreInk(skeleton, MakeView(made));
+  return made;
+}
+
+}  // namespace
+
+DibInfo* DibSkelet(DibInfo* src, tagRect32* rect) { return SkeletonRecord(src, rect, false); }
+
+DibInfo* DibSkeletWeak(DibInfo* src, tagRect32* rect) { return SkeletonRecord(src, rect, true); }
+
+DibInfo* DibSkeletize(DibInfo* src, tagRect32* rect) {
+  Area area;
+  InkBits skeleton, ink;
+  if (!SkeletonOf(src, rect, true, area, skeleton, ink)) return nullptr;
+  std::vector<uint32_t> map;
+  if (!DistanceMap(map, ink, true, DistanceMetric::kEuclid)) return nullptr;
+  DibInfo* made = CreateLike(src, area.width, area.height, 8);
+  if (!made) return nullptr;
+  DibView const out = MakeView(made);
+  for (int i = 0; i < area.height; ++i) {
+    int const y = StorageRow(out.step, i, area.height);
+    uint32_t const* d = map.data() + std::size_t(y) * std::size_t(area.width);
+    unsigned char* row = out.Row(y);
+    for (int x = 0; x < area.width; ++x) {
+      uint32_t const r = skeleton.Get(x, y) ? RoundedRoot(d[x]) : 0;
+      row[x] = uint8_t(r > 255 ? 255 : r);
+    }
+  }
+  return made;
+}
+
+// (end of morphology)
+
+
+// ---- Colour separation and transforms ---------------------------------------------
+
+#include <cmath>
+
+#include "colour/background_suppress.h"
+#include "colour/colour_match.h"
+#include "colour/colour_transform.h"
+#include "colour/ink_separation.h"
+#include "colour/paper_colour.h"
+
+DibInfo* DibSupressColorsCommon(DibInfo* src, int keepCount, unsigned char const (*keep)[3],
+                                double const* keepTolerance, int dropCount,
+                                unsigned char const (*drop)[3], double const* dropTolerance,
+                                int outputBits, tagRect32* rect) {
+  if (!src || src->BitsPerPixel() != 24 || (outputBits != 8 && outputBits != 24)) return nullptr;
+  Area area;
+  if (!ExactFitRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), outputBits));
+  ToleranceSets const sets = {keep, keepTolerance, keepCount, drop, dropTolerance, dropCount};
+  if (!result || !DibSuppressColorSetsCommon(MakeView(result.get()), MakeView(src, area), sets,
+                                             outputBits))
+    return nullptr;
+  return result.release();
+}
+
+namespace {
+
+// Levels of one byte: the common keys, then the byte's own.
+bool ByteLevelCurve(CDibFlowControl& frame, char const* suffix, int black, int white, int gamma,
+                    unsigned char table[256]) {
+  std::string const b = std::string("black") + suffix, w = std::string("white") + suffix,
+                    g = std::string("gamma") + suffix;
+  frame.GetIntParam(&black, b.c_str(), black);
+  frame.GetIntParam(&white, w.c_str(), white);
+  frame.GetIntParam(&gamma, g.c_str(), gamma);
+  return MakeLevelCurve(black, white, gamma, table);
+}
+
+}  // namespace
+
+int DibTransformColorsEx(DibInfo*& dest, DibInfo const* src, int oper, int p1, int p2, int p3,
+                         int count, char const* const* names, char const* const* values,
+                         tagRect32 const* rect, tagPoint32 const* origin) {
+  if (!src) return kDibInvalid;
+  int const depth = src->BitsPerPixel();
+  bool const colour = depth == 24 || depth == 32;
+  if (depth != 8 && !colour) return kDibInvalid;
+  if (oper < kTransformLevels || oper > kTransformInvert) return kDibInvalid;
+  if ((oper == kTransformWhiteBalance || oper == kTransformGrey) && !colour) return kDibInvalid;
+  CDibFlowControl frame;
+  if (frame.SetParams(count, names, values) != kDibOk) return frame.GetStatus();
+  ByteCurves curves;
+  int weights[3] = {p1, p2, p3};
+  if (oper == kTransformLevels) {
+    int black = p1, white = p2 == 0 ? 255 : p2, gamma = p3 == 0 ? 100 : p3;
+    frame.GetIntParam(&black, "black", black);
+    frame.GetIntParam(&white, "white", white);
+    frame.GetIntParam(&gamma, "gamma", gamma);
+    char const* const suffixes[3] = {"B", "G", "R"};
+    for (int c = 0; c < (colour ? 3 : 1); ++c)
+      if (!ByteLevelCurve(frame, suffixes[c], black, white, gamma, curves.table[c]))
+        return kDibInvalid;
+  } else if (oper == kTransformInvert) {
+    for (int c = 0; c < 3; ++c)
+      for (int v = 0; v < 256; ++v) curves.table[c][v] = static_cast<unsigned char>(255 - v);
+  } else if (oper == kTransformGrey) {
+    frame.GetIntParam(&weights[0], "mulB", p1);
+    frame.GetIntParam(&weights[1], "mulG", p2);
+    frame.GetIntParam(&weights[2], "mulR", p3);
+    if (weights[0] == 0 && weights[1] == 0 && weights[2] == 0)
+      weights[0] = 29, weights[1] = 150, weights[2] = 77;
+    if (weights[0] < 0 || weights[1] < 0 || weights[2] < 0) return kDibInvalid;
+  }
+  DibPlane in, out;
+  frame.AddSource(&in, src, depth, rect);
+  frame.AddTarget(&out, dest, oper == kTransformGrey ? 8 : depth, origin);
+  if (frame.GetStatus() != kDibOk) return frame.GetStatus();
+  if (oper == kTransformWhiteBalance) {
+    int paper[3] = {0, 0, 0};
+    frame.GetIntParam(&paper[0], "paperB", 0);
+    frame.GetIntParam(&paper[1], "paperG", 0);
+    frame.GetIntParam(&paper[2], "paperR", 0);
+    if (paper[0] == 0 && paper[1] == 0 && paper[2] == 0) {
+      unsigned char measured[3];
+      if (!MeasurePaper(in, measured)) return frame.Fail(kDibKernelFailed);
+      for (int c = 0; c < 3; ++c) paper[c] = measured[c] > 0 ? measured[c] : 1;
+    }
+    for (int c = 0; c < 3; ++c)
+      if (!MakeBalanceCurve(paper[c], curves.table[c])) return frame.Fail(kDibInvalid);
+  }
+  if (oper == kTransformGrey) {
+    WeightedGrey(out, in, weights);
+  } else {
+    ApplyCurves(out, in, curves);
+  }
+  return frame.SetSuccess(true);
+}
+
+namespace {
+
+// Pixels per metre to dots per inch, 0 when unknown.
+int DotsPerInch(int pelsPerMeter) { return int(pelsPerMeter / 39.37 + 0.5); }
+
+}  // namespace
+
+DibInfo* DibSuppress(DibInfo* src, int window, int whiteLevel, tagRect32* rect) {
+  if (!src || window < 0 || whiteLevel < 0 || whiteLevel > 255) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 8 && depth != 24 && depth != 32) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  if (window == 0) {
+    int const dpi = DotsPerInch(src->XPelsPerMeter());
+    window = dpi > 0 ? (dpi + 3) / 6 : 50;
+  }
+  if (window < 4) window = 4;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), depth));
+  if (!result || !DibSuppressBackground(MakeView(result.get()), MakeView(src, area), depth / 8,
+                                        window, whiteLevel == 0 ? 230 : whiteLevel))
+    return nullptr;
+  return result.release();
+}
+
+DibInfo* DibMatchColor(DibInfo* src, unsigned char const (*colour)[3], double tolerance,
+                       bool ignoreLightness, tagRect32* rect) {
+  if (!src || src->BitsPerPixel() != 24 || !colour || !(tolerance >= 0.0)) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 1));
+  if (!result || !DibColourMatchMask(MakeView(result.get()), MakeView(src, area), *colour,
+                                     tolerance, ignoreLightness))
+    return nullptr;
+  return result.release();
+}
+
+int DibSeparate(DibInfo* src, int inkCount, int maxLayers, DibInfo** masks,
+                unsigned char (*inks)[3], DibInfo** labels, tagRect32* rect) {
+  auto clear = [&] {
+    if (masks)
+      for (int i = 0; i < maxLayers && i < kDibMaxInks; ++i) masks[i] = nullptr;
+    if (labels) *labels = nullptr;
+  };
+  clear();
+  if (!src || src->BitsPerPixel() != 24 || inkCount < 0 || inkCount > kDibMaxInks ||
+      maxLayers < 1 || maxLayers > kDibMaxInks || maxLayers < inkCount)
+    return -1;
+  Area area;
+  if (!ClampRect(src, rect, area)) return -1;
+  DibHolder map(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                      src->YPelsPerMeter(), 8));
+  InkLayers layers;
+  if (!map || !DibSeparateInks(MakeView(map.get()), MakeView(src, area), inkCount, maxLayers,
+                               layers))
+    return -1;
+  if (masks) {
+    for (int i = 0; i < layers.count; ++i) {
+      masks[i] = DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                       src->YPelsPerMeter(), 1);
+      if (!masks[i]) {
+        for (int j = 0; j < i; ++j) DibRelease(masks[j]);
+        clear();
+        return -1;
+      }
+      LabelMask(MakeView(masks[i]), MakeView(map.get()), i + 1);
+    }
+  }
+  if (inks)
+    for (int i = 0; i < layers.count; ++i)
+      for (int c = 0; c < 3; ++c) inks[i][c] = layers.colour[i][c];
+  if (labels) *labels = map.release();
+  return layers.count;
+}
+
+// (end of colour separation and transforms)
+
+
+// ---- Edge-preserving smoothing, gradients and texture ------------------------------
+
+#include "filter/bilateral.h"
+#include "filter/gradient.h"
+#include "filter/median.h"
+#include "filter/texture.h"
+
+namespace {
+
+// For a 24-bit source, a new 8-bit record of the area's grey (b + g + r + 1) / 3.
+DibInfo* MeanGreyRecord(DibInfo* src, Area const& area) {
+  if (src->BitsPerPixel() != 24) return nullptr;
+  DibInfo* grey = DibCreateForOverwrite(area.width, area.height, 0, 0, 8);
+  if (grey) DibMeanGrey(MakeView(grey), MakeView(src, area));
+  return grey;
+}
+
+}  // namespace
+
+DibInfo* DibSmooth(DibInfo* src, int method, int size, int strength, tagRect32* rect) {
+  if (!src) return nullptr;
+  int const depth = src->BitsPerPixel();
+  if (depth != 8 && depth != 24 && depth != 32) return nullptr;
+  bool const valid = method == 0   ? size >= 3 && size <= 255 && size % 2 == 1
+                     : method == 1 ? size >= 3 && size <= 31 && size % 2 == 1 &&
+                                         strength >= 1 && strength <= 255
+                                   : false;
+  if (!valid) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), depth));
+  if (!result) return nullptr;
+  DibView const to = MakeView(result.get()), from = MakeView(src, area);
+  bool const ok = method == 0 ? DibMedian(to, from, depth / 8, size)
+                              : DibBilateral(to, from, depth / 8, size, strength);
+  return ok ? result.release() : nullptr;
+}
+
+DibInfo* DibGradientMap(DibInfo* src, int kernel, int directions, int minMagnitude,
+                        tagRect32* rect) {
+  if (!src || (src->BitsPerPixel() != 8 && src->BitsPerPixel() != 24)) return nullptr;
+  if ((kernel != 0 && kernel != 1) || (directions != 0 && (directions < 2 || directions > 128)) ||
+      minMagnitude < 0 || minMagnitude > 255)
+    return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
+                                         src->YPelsPerMeter(), 8));
+  DibHolder grey(MeanGreyRecord(src, area));
+  if (!result || (src->BitsPerPixel() == 24 && !grey)) return nullptr;
+  DibGradient(MakeView(result.get()), grey ? MakeView(grey.get()) : MakeView(src, area), static_cast<GradientKernel>(kernel), directions,
+              minMagnitude);
+  return result.release();
+}
+
+DibInfo* DibGetTexture(DibInfo* src, int block, int measure, tagRect32* rect) {
+  if (!src || (src->BitsPerPixel() != 8 && src->BitsPerPixel() != 24)) return nullptr;
+  if (block < 2 || block > 256 || (measure != 0 && measure != 1)) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  int const xRes = int((int64_t(src->XPelsPerMeter()) + block / 2) / block);
+  int const yRes = int((int64_t(src->YPelsPerMeter()) + block / 2) / block);
+  DibHolder result(DibCreateForOverwrite(TextureCells(area.width, block),
+                                         TextureCells(area.height, block), xRes, yRes, 8));
+  DibHolder grey(MeanGreyRecord(src, area));
+  if (!result || (src->BitsPerPixel() == 24 && !grey) ||
+      !DibTextureMap(MakeView(result.get()), grey ? MakeView(grey.get()) : MakeView(src, area), block, static_cast<TextureMeasure>(measure)))
+    return nullptr;
+  return result.release();
+}
+
+// (end of edge-preserving smoothing, gradients and texture)
+
+
+// ---- Zone matching ----------------------------------------------------------------
+
+#include "compare/zone_match.h"
+
+namespace {
+
+// The grey of an 8- or 24-bit area, rows top to bottom, in `pixels`.
+bool ContiguousGrey(DibInfo* dib, tagRect32 const* rect, std::vector<uint8_t>& pixels,
+                    GreyZone& grey, Area& area) {
+  if (!dib || (dib->BitsPerPixel() != 8 && dib->BitsPerPixel() != 24)) return false;
+  if (!ClampRect(dib, rect, area)) return false;
+  pixels.resize(std::size_t(area.width) * area.height);
+  DibView const v = MakeView(dib, area);
+  for (int y = 0; y < area.height; ++y) {
+    uint8_t const* s = v.Row(y);
+    uint8_t* d = pixels.data() + std::size_t(y) * area.width;
+    if (dib->BitsPerPixel() == 8) {
+      std::memcpy(d, s, std::size_t(area.width));
+    } else {
+      for (int x = 0; x < area.width; ++x, s += 3)
+        d[x] = static_cast<uint8_t>((s[0] + s[1] + s[2] + 1) / 3);
+    }
+  }
+  grey = GreyZone{pixels.data(), area.width, area.height};
+  return true;
+}
+
+}  // namespace
+
+bool DibMatchZone(DibInfo* tpl, tagRect32* tplRect, DibInfo* image, tagRect32* window, double& x,
+                  double& y, double& score) {
+  std::vector<uint8_t> zonePixels, windowPixels;
+  GreyZone zone, area;
+  Area zoneArea, windowArea;
+  ZoneMatch match;
+  try {
+    if (!ContiguousGrey(tpl, tplRect, zonePixels, zone, zoneArea) ||
+        !ContiguousGrey(image, window, windowPixels, area, windowArea) ||
+        !DibMatchGrey(zone, area, match))
+      return false;
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+  x = windowArea.left + match.x;
+  y = windowArea.top + match.y;
+  score = match.score;
+  return true;
+}
+
+// (end of zone matching)
+
+
+// ---- Debug text -------------------------------------------------------------------
+
+#include "debug/text_picture.h"
+
+namespace {
+
+int TextPicture(DibInfo* dib, int bits, tagRect32* rect, int columns, char* buffer, int size) {
+  if (!dib || dib->BitsPerPixel() != bits || columns < 0 || size < 0 || (!buffer && size > 0))
+    return -1;
+  Area area;
+  if (!ClampRect(dib, rect, area)) return -1;
+  return DibTextPicture(MakeView(dib, area), bits, bits == 1 ? area.left % 8 : 0, columns,
+                        buffer, size);
+}
+
+}  // namespace
+
+int DibSprintBW(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size) {
+  return TextPicture(dib, 1, rect, columns, buffer, size);
+}
+
+int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size) {
+  return TextPicture(dib, 8, rect, columns, buffer, size);
+}
+
+// (end of debug text)

@@ -324,7 +324,8 @@ QUILP_API DibInfo* DibBinarizeOtsuR(DibInfo* dib, int classes, int from, int to,
                                     tagRect32* rect);
 
 /* Keyed-parameter binarization of an 8- or 24-bit source (clamping rule) into a 1-bit result
-   at the optional point. The name/value lists are accepted; no key is read. Methods:
+   at the optional point. Methods 0-3 read no key; the adaptive methods 4-7 and their keys are
+   described under adaptive binarization below. Methods:
      0  fixed threshold p1 (low 8 bits), black below it; p2 != 0 inverts (black at or above);
      1  Otsu band as DibBinarizeOtsu with p1 classes and
         p2 = from | to << 8 | invert << 16 | ignoreExtremes << 17 (other bits must be 0);
@@ -334,8 +335,8 @@ QUILP_API DibInfo* DibBinarizeOtsuR(DibInfo* dib, int classes, int from, int to,
    the area's width zero. Returns 0 on success; -1 for a null source, another depth, a
    negative method or invalid method arguments, a bad list, a rejected rectangle or an
    unsuitable target; -2 when a colour area has no grey axis or memory runs out in the
-   search; -3 when an image cannot be allocated; -4 for methods 4 and above (reserved for
-   adaptive binarizers). */
+   search (or in an adaptive method); -3 when an image cannot be allocated; -4 for methods 8
+   and above. */
 QUILP_API int DibBinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2,
                             int count, char const* const* names, char const* const* values,
                             tagRect32 const* rect, tagPoint32 const* origin);
@@ -718,6 +719,423 @@ QUILP_API int DibCanonize(DibInfo*& dst, DibInfo const* src, int direction, int 
                           char const* const* names, char const* const* values);
 
 /* (end of rotation, deskewing, orientation and canonical form) */
+
+
+/* ---- Zoomed previews and upscaling ---------------------------------------------- */
+/*
+ * Previews shrink or enlarge a rectangle of a page (clamping rule; null: the whole image) by
+ * one factor for both axes. The result is round(size * factor) pixels per axis, at least 1,
+ * in the source's row order, with the resolutions scaled by the same ratio per axis (result
+ * size / area size, rounded). Per axis, a result no longer than the area averages each result
+ * pixel's footprint, source [X w / W, (X + 1) w / W) for w source and W result pixels, by
+ * exact area: pixels cut by the footprint's edges count by their overlap, nothing is rounded
+ * before the mean, which is rounded half up. A longer result interpolates bilinearly between
+ * the source pixels around (X + 0.5) w / W - 0.5, edges repeated. An 8-bit source is read as
+ * grey levels (its palette is not read). Null for a null source, a depth other than 1, 8, 24
+ * and 32, a factor that is not positive and finite, a rectangle with nothing inside the
+ * image, a result side beyond 2^31 - 1 or no memory.
+ */
+/* An 8-bit grey preview: colour is the equal-thirds grey (b + g + r) / 3 of each pixel,
+   averaged before any rounding; a 1-bit pixel is 0 (black, index 0) or 255 (white), so a
+   reduced 1-bit page becomes anti-aliased grey text. */
+QUILP_API DibInfo* DibMakeZoom8(DibInfo* src, double factor, tagRect32* rect);
+/* A preview of the source's depth: 8, 24 and 32 bits are averaged per byte. A 1-bit preview
+   is black where the grey preview's level is at most round(255 (1 - s / 2)), s being the
+   scale min(result / area size over both axes, 1): half of the share of ink a one-pixel
+   stroke leaves in a footprint turns it black, so thin strokes survive reduction (a quarter
+   size: levels up to 223 - 2 ink pixels of 16 - are black; enlarging: up to 128). */
+QUILP_API DibInfo* DibMakeZoom(DibInfo* src, double factor, tagRect32* rect);
+/* The 8-bit grey preview of the page as it will look once deskewed: the area is turned about
+   its centre by -angle (angle in radians, the skew as measured: positive means lines that
+   descend to the right, so they come out level) and zoomed by factor in the same pass, each
+   source pixel read once. The result has the zoomed area's size (round(size * factor));
+   corners that come from outside the area are white (255). Reduction (factor <= 1): each
+   source pixel's grey (as DibMakeZoom8) is spread bilinearly over the four result pixels
+   around its turned and scaled centre, and a result pixel is the weighted mean of what it
+   gathered; enlargement: each result pixel interpolates the rounded grey levels bilinearly
+   at its turned point, white outside the area blending into its edges. |angle| must be at
+   most pi / 4. Null as the other previews, and for an angle that
+   is not finite or too large. */
+QUILP_API DibInfo* DibMakeZoomDeskewed(DibInfo* src, double factor, double angle,
+                                       tagRect32* rect);
+
+/* Enlargement for OCR and print (keyed-parameter frame, no key is read): the rectangle of src
+   (clamping rule) becomes round(size * factor) pixels per axis, placed at the top-left of the
+   caller's target (which must have the source's depth and room for it, else -1) or in a new
+   record of the source's row order, with the resolutions multiplied by result size / area
+   size per axis (rounded), so 150 dpi times 2 reads 300 dpi.
+     8, 24, 32 bits: factor >= 1 (1 copies), any fraction; cubic convolution (a = -0.5) per
+       byte around (X + 0.5) w / W - 0.5, edges repeated, rounded and clamped;
+     1 bit: factor 2, 3 or 4; the same cubic of the bits as 0 / 255, set from level 128 up,
+       so diagonal and curved edges come out smooth rather than as steps of the factor.
+   Returns 0; -1 for a null source, another depth, a factor that is not allowed for the depth
+   (not finite, below 1, or a non-listed 1-bit factor), an empty rectangle, a result side
+   beyond 2^31 - 1 or an unsuitable target; -2 when scratch memory runs out; -3 when the
+   result cannot be made. */
+QUILP_API int DibUpscale(DibInfo*& dst, DibInfo const* src, double factor, tagRect32 const* rect);
+
+/* (end of zoomed previews and upscaling) */
+
+
+/* ---- Adaptive binarization ------------------------------------------------------ */
+/*
+ * Thresholds that follow the page: each pixel is compared with a threshold drawn from its
+ * surroundings, so uneven light, a gutter shadow, faded ink, show-through and coloured paper
+ * do not defeat them. Sources are 8-bit grey or 24-bit colour (projected to grey along the
+ * area's main colour axis, as the Otsu binarizers do); the rectangle follows the clamping rule
+ * (null: the whole image). Results are new 1-bit records of the clamped area with the
+ * source's resolutions, stored bottom-up; black is bit 0 (palette index 0), leftmost pixel in
+ * the most significant bit, row padding zero. Windows are in pixels (an even window is taken
+ * one larger) and are cut at the area's borders; 0 asks for the default, scaled by the
+ * record's horizontal resolution (an unknown resolution counts as 300 dpi). k is in
+ * hundredths; 0 asks for the method's default.
+ *
+ * Methods (the codes of SDibBinarizeSetup and of DibBinarizeEx):
+ *  4  local statistics over a window x window window: with m the window's mean, s its
+ *     standard deviation (population) and v the level, black exactly when v < T:
+ *       variant 0 Niblack:      T = m + k s                        (default k -0.20)
+ *       variant 1 Sauvola:      T = m (1 + k (s / R - 1))          (default k 0.34, R 128)
+ *       variant 2 Wolf-Jolion:  T = (1 - k) m + k M + k (s / S) (m - M), M the area's darkest
+ *                               level, S the largest s of the area (default k 0.50)
+ *     Default window dpi / 10 (31 at 300 dpi). Sums are exact integers (window column sums
+ *     in 32 bits, row integrals in 64 bits), so no page width can overflow them; T is
+ *     computed in double.
+ *  5  NiGlob: with t the area's Otsu threshold and a, b the mean levels below and from t,
+ *     v < ceil((a + t) / 2) is black and v >= ceil((t + b) / 2) white; method 4's rule (its
+ *     variant, window and k) decides the levels between, so empty paper stays white.
+ *  6  paper surface and contrast: the paper level B under each pixel is estimated from the
+ *     mean levels of f x f blocks (f = window / 8) closed over a window and smoothed, and
+ *     interpolated back; the contrast d = (B - v) * 255 / B is split by Otsu's threshold into
+ *     paper and ink, and with p, q their median contrasts a pixel is black when
+ *     d >= p + k (q - p) and d >= 2.5 sigma 255 / B, sigma being the paper's noise (from the
+ *     pixels lighter than B). Default k 0.50, window dpi / 6 (51 at 300 dpi). An area whose
+ *     ink and paper contrasts differ by less than 16 is all white.
+ *  7  the recommended method: 6 with its defaults, whatever the window, k, variant and range.
+ * Limits: window at most 4095 and, when given, no wider or taller than the area; variant 0..2;
+ * range (R) 0 or more.
+ */
+struct SDibBinarizeSetup {
+  int32_t method;   /* 4..7 */
+  int32_t variant;  /* method 4 and 5: 0 Niblack, 1 Sauvola, 2 Wolf-Jolion */
+  int32_t window;   /* pixels; 0: from the resolution */
+  int32_t k;        /* hundredths; 0: the method's default */
+  int32_t range;    /* Sauvola's R in grey levels; 0: 128 */
+};
+/* The shared entry of the adaptive binarizers. Null for a null image, a depth other than 8 and
+   24, an empty rectangle, a method, variant, window or range outside the limits above, a
+   colour area without a grey axis, or no memory. */
+QUILP_API DibInfo* DibBinarizeCommon(DibInfo* dib, SDibBinarizeSetup const& setup,
+                                     tagRect32* rect);
+/* Method 4 with R 128. */
+QUILP_API DibInfo* DibBinarizeNiblack(DibInfo* dib, int variant, int window, int k,
+                                      tagRect32* rect);
+/* Method 5 with R 128. */
+QUILP_API DibInfo* DibBinarizeNiGlob(DibInfo* dib, int variant, int window, int k,
+                                     tagRect32* rect);
+/* Method 6; window 0 and k 0 give method 7, the best page without tuning. */
+QUILP_API DibInfo* DibBinarizeStat(DibInfo* dib, int window, int k, tagRect32* rect);
+/* DibBinarizeEx with methods 4-7 writes the same pixels into its target. Keys: window
+   (default p1), k (default p2), variant (default 0), range (default 0); method 7 reads none. */
+
+/* (end of adaptive binarization) */
+
+
+/* ---- Morphology: despeckling, reduction, distances, skeletons, structuring elements ---- */
+/*
+ * 1-bit pages: ink is black (a clear bit, palette index 0), paper white (a set bit).
+ * DibCleanPimples, DibSqueeze, DibDistanceTransform and the skeletons work on the ink;
+ * everything beyond the processed area counts as paper. Each returns a new record of the
+ * area (clamping rule; null: the whole image) with the source's row order and resolutions
+ * (DibSqueeze: halved), or null for a null source, another depth, an argument out of range,
+ * an area with nothing inside the image or a failed allocation.
+ */
+
+/* Despeckling of a 1-bit page, decided on the page as each step leaves it:
+    1. one-pixel bumps on straight stroke edges (an ink pixel whose two side neighbours and the
+       three pixels beyond it are paper and the five pixels behind it ink) become paper, and
+       one-pixel notches (the same with ink and paper exchanged) become ink;
+    2. white holes (4-connected paper not touching the area's border) of at most `tiny`
+       pixels and at most speckSize on a side become ink;
+    3. ink specks (8-connected) at most speckSize on a side become paper when their area is at
+       most `tiny` pixels, or when no other ink lies within `isolation` pixels of their box.
+   A full stop or an i-dot is larger than `tiny` and sits beside its letters, so it stays.
+   speckSize 0 means dpi / 50 (at least 2; 4 pixels at 200 dpi, 6 at 300), isolation 0 means
+   dpi / 15 (at least 3; 13 pixels at 200 dpi, 20 at 300), and tiny is dpi^2 / 12000 (at
+   least 1, at most speckSize^2; 3 pixels at 200 dpi, 7 at 300), with dpi read from the
+   record's vertical resolution (300 when it is 0). Negative sizes give null. */
+QUILP_API DibInfo* DibCleanPimples(DibInfo* src, int speckSize, int isolation, tagRect32* rect);
+
+/* Rank-order reduction by two per axis: result pixel (x, y) is ink when at least `level`
+   (1..4) of the source pixels (2x .. 2x+1, 2y .. 2y+1) are ink; pixels past an odd width or
+   height count as paper. The result is ceil(W / 2) x ceil(H / 2) with the resolutions halved
+   (rounded); it can be reduced again the same way. */
+QUILP_API DibInfo* DibSqueeze(DibInfo* src, int level, tagRect32* rect);
+
+enum DibDistanceMetric { DibMetricEuclid = 0, DibMetricCity = 1, DibMetricChess = 2 };
+/* The distance of every measured pixel to the nearest pixel of the other class, centre to
+   centre; 0 on the other pixels. measure 0 measures the ink (distance to the nearest paper,
+   the pixels beyond the area being paper: a border pixel is at most 1 away), measure 1 the
+   paper (distance to the nearest ink). bits 32: a record of signed 32-bit integers, the
+   squared distance for Euclid and the distance for city-block and chessboard; 2147483647
+   where no pixel of the other class exists. bits 8: the distance (Euclid: round(sqrt), halves
+   up) saturated at 255. Exact for every metric, in linear time. Null for a metric other than
+   0..2, bits other than 8 and 32 or measure other than 0 and 1. */
+QUILP_API DibInfo* DibDistanceTransform(DibInfo* src, int metric, int bits, int measure,
+                                        tagRect32* rect);
+
+/* Erosion, dilation and their compositions by a structuring element, on 1-bit and 8-bit
+   images.
+     1-bit: the stored bits, as every 1-bit morphology of this library: set (white) pixels are
+       the shapes, so erosion thickens black ink; beyond the area lies paper (set pixels).
+       Differences (top-hats, gradients) are set where the first image is set and the second
+       clear. Words of 64 pixels at a time.
+     8-bit: grey levels (erosion is the minimum); pixels beyond the area do not take part.
+   With B the element's offsets from its centre (dy downward): erosion(p) = extreme over s in
+   B of src(p + s), dilation(p) = extreme over s in B of src(p - s); opening = dilation of the
+   erosion, closing = erosion of the dilation; white top-hat = src - opening, black top-hat =
+   closing - src; gradient = dilation - erosion, internal = src - erosion, external =
+   dilation - src; hit-or-miss (1-bit only) = pixels where every hit offset is set and every
+   miss offset clear (an element with hits only: the erosion).
+   Cost per pixel grows with the logarithm of the element's width and height, not with its
+   area; a disc of radius r costs about 0.3 r rectangles, a line one per row it crosses. */
+enum DibMorphOper {
+  DibMorphErode = 0, DibMorphDilate = 1, DibMorphOpen = 2, DibMorphClose = 3,
+  DibMorphTopHat = 4, DibMorphBotHat = 5, DibMorphHitMiss = 6,
+  DibMorphGradient = 7, DibMorphGradientIn = 8, DibMorphGradientOut = 9
+};
+/* Elements (sizes at most 4001 pixels on either axis):
+     DibShapeRect   hSize x vSize, centre at (hSize / 2, vSize / 2) from the top left;
+     DibShapeCross  arms of hSize pixels each side of the centre (0: the centre alone);
+     DibShapeDisc   radius hSize: dx^2 + dy^2 <= hSize^2;
+     DibShapeLine   hSize pixels through the centre at `angle` radians (positive: descending
+                    to the right): offsets (round(t cos a), round(t sin a)),
+                    t = k - (hSize - 1) / 2 for k = 0 .. hSize - 1;
+     DibShapeImage  the 1-bit record `element`: set bits are hits, clear bits misses; centre
+                    at (width / 2, height / 2);
+     DibShapeText   `pattern`: rows separated by '/' or newlines, all of one length; '1', 'x',
+                    'X' or '#' a hit, '0', 'o' or 'O' a miss, '.' or '-' neither; centre in the
+                    middle as above. For example "010/111/010" is a cross of one. */
+enum DibMorphShape {
+  DibShapeRect = 0, DibShapeCross = 1, DibShapeDisc = 2, DibShapeLine = 3,
+  DibShapeImage = 4, DibShapeText = 5
+};
+struct SDibMorphSetup {
+  int32_t oper;            /* DibMorphOper */
+  int32_t shape;           /* DibMorphShape */
+  int32_t hSize, vSize;    /* element sizes, as listed above */
+  double angle;            /* line elements: radians */
+  DibInfo const* element;  /* image elements */
+  char const* pattern;     /* text elements */
+};
+/* A new record of the area (clamping rule; null: the whole image), the source's depth, row
+   order and resolutions. Null for a null source or setup, a depth other than 1 and 8, an
+   unknown operation or shape, an element that is empty, too large or malformed, hit-or-miss
+   on an 8-bit image, an empty area or no memory. */
+QUILP_API DibInfo* DibMorphCommon(DibInfo* src, SDibMorphSetup const* setup, tagRect32* rect);
+/* Keyed-parameter form: keys `oper`, `type` (the shape), `hSize` and `vSize` override the
+   setup's integers. The result (the source's depth) goes to `origin` of dst or into a new
+   record (see the keyed-parameter conventions). 0 on success; -1 for a null source or setup,
+   another depth, a bad list, an empty area, an unsuitable dst, or any argument DibMorphCommon
+   refuses; -3 when memory runs out. */
+QUILP_API int DibMorphEx(DibInfo*& dst, DibInfo const* src, SDibMorphSetup const* setup,
+                         int count, char const* const* names, char const* const* values,
+                         tagRect32 const* rect, tagPoint32 const* origin);
+/* The morphological gradient of an 8-bit image over a size x size square (size odd, 1..4001;
+   0 means 3): kind 0 dilation - erosion, 1 internal (src - erosion), 2 external (dilation -
+   src); pixels beyond the area do not take part. A new 8-bit record of the area (clamping
+   rule); null for a null source, another depth, a kind other than 0..2, an even or negative
+   size, an empty area or no memory. */
+QUILP_API DibInfo* DibGradientMorpho(DibInfo* src, int kind, int size, tagRect32* rect);
+
+/* Skeletons of the ink, each a new record of the area (see the family's conventions above).
+   Thinning: ink pixels are removed in rounds of four parallel sub-passes (the ink pixels whose
+   north, south, east or west neighbour is paper) when they are simple (removing the pixel
+   changes neither the 8-connected ink nor the 4-connected paper around it) and have more than
+   one ink neighbour, until nothing changes. The skeleton is one pixel wide, lies inside the
+   ink, has the same 8-connected ink components and 4-connected paper holes as the source,
+   and keeps every end point it reaches.
+   DibSkelet: the thinned ink (1-bit). Thick stroke ends come out shortened by about half the
+     stroke width.
+   DibSkeletWeak: the same, with each end point then continued straight on (away from its only
+     neighbour) through the source's ink to the stroke's end, stopping before it would touch
+     another skeleton pixel: strokes keep their length.
+   DibSkeletize: an 8-bit record, 0 off the skeleton of DibSkeletWeak and, on it, the
+     Euclidean distance of the pixel to the nearest paper (the area's surroundings counting as
+     paper), rounded, at least 1, at most 255: a stroke is about 2 d - 1 pixels wide. */
+QUILP_API DibInfo* DibSkelet(DibInfo* src, tagRect32* rect);
+QUILP_API DibInfo* DibSkeletWeak(DibInfo* src, tagRect32* rect);
+QUILP_API DibInfo* DibSkeletize(DibInfo* src, tagRect32* rect);
+
+/* (end of morphology) */
+
+
+/* ---- Colour separation and transforms ------------------------------------------ */
+/*
+ * Darkness is 255 minus each byte, as for the dropouts above. Paper colour: the median of
+ * each byte over the brightest quarter of the area's pixels (by byte sum), the measure all of
+ * these use when they need the page's paper.
+ */
+
+/* The general colour-set dropout, of which DibSupressColors is the use with no tolerances and
+   grey output. Each kept and suppressed colour may carry a tolerance, an angle in radians
+   (null array: 0 for all): a pixel within a colour's tolerance counts as lying along it. Per
+   pixel p (darkness), with theta_i its angle to colour i and t_i = max(0, theta_i - tol_i),
+   the set's nearest colour is the one of least t_i; sinKeep = sin(t_keep), sinDrop =
+   sin(t_drop) (1 with no suppressed colours) and the pixel keeps the share
+   weight = sinDrop / (sinKeep + sinDrop) of its darkness along the kept colour,
+   A = |p| cos(t_keep). outputBits 8: out = 255 - min(255, (int)(A * weight + 0.5));
+   outputBits 24: every byte keeps its hue, out_c = 255 - (int)(p_c * weight * A / |p| + 0.5).
+   With every tolerance 0 and 8 bits the result is exactly DibSupressColors's (same sums).
+   Exact-fit rectangle rule; 24-bit source. Null as DibSupressColors, and for outputBits other
+   than 8 or 24 or a tolerance that is negative or not a number. */
+QUILP_API DibInfo* DibSupressColorsCommon(DibInfo* src, int keepCount,
+                                          unsigned char const (*keep)[3],
+                                          double const* keepTolerance, int dropCount,
+                                          unsigned char const (*drop)[3],
+                                          double const* dropTolerance, int outputBits,
+                                          tagRect32* rect);
+
+/* Keyed colour transforms of the clamped rectangle of an 8-, 24- or 32-bit source, placed at
+   `origin` of `dest` (keyed-parameter conventions). `oper`:
+     1  levels: per byte out = round(255 * t^(100 / gamma)), t = (v - black) / (white - black)
+        clamped to 0..1. Keys black (default p1), white (p2; 0 means 255), gamma (p3, in
+        hundredths; 0 means 100) for every byte, and blackB/G/R, whiteB/G/R, gammaB/G/R per
+        byte of colour pixels. Needs black < white and gamma > 0. Result of the source depth.
+     2  white balance (24/32 bits): out_c = min(255, round(v_c * 255 / paper_c)), so the paper
+        becomes neutral white; paper is measured (see above) unless keys paperB, paperG,
+        paperR (all three, 1..255) give it. Result of the source depth.
+     3  grey (24/32 bits): out = round((mulB b + mulG g + mulR r) / (mulB + mulG + mulR)), keys
+        mulB, mulG, mulR (defaults p1, p2, p3; all three 0 means 29, 150, 77). Weights must be
+        0 or more with a positive sum. 8-bit result.
+     4  inversion: 255 - v in every byte (a 32-bit fourth byte is kept). Source depth.
+   0 on success; -1 for a null source, another depth or oper, bad keys; -3 no memory. */
+QUILP_API int DibTransformColorsEx(DibInfo*& dest, DibInfo const* src, int oper, int p1, int p2,
+                                   int p3, int count, char const* const* names,
+                                   char const* const* values, tagRect32 const* rect,
+                                   tagPoint32 const* origin);
+
+/* Background suppression, the colour counterpart of flattening: the paper of an 8-, 24- or
+   32-bit page (its tint, texture and uneven lighting) becomes clean white while ink and
+   coloured marks keep their hue. The paper of each byte is estimated as the maximum over
+   blocks of `window` pixels (0: a sixth of an inch at the record's resolution, 50 pixels when
+   it is unknown; at least 4) - a block more than 48 levels darker than its brightest
+   neighbour is filled with ink and takes that neighbour's - and interpolated bilinearly;
+   every byte is divided by its paper, out = min(255, v * 255 / paper) (rounded; paper at
+   least 1), and the pixels whose smallest quotient is at least `whiteLevel` (0: 230) become
+   white. Clamping rectangle rule; a new record of the area at the source's depth. Null for a
+   null source, another depth, a window below 0, a whiteLevel outside 0..255 or no memory. */
+QUILP_API DibInfo* DibSuppress(DibInfo* src, int window, int whiteLevel, tagRect32* rect);
+
+/* A 1-bit mask of the 24-bit pixels within `tolerance` of a colour (blue, green, red): black
+   (index 0) where the CIE Delta E 2000 difference, both colours taken as sRGB (D65) in CIE
+   Lab, is at most tolerance; white elsewhere. ignoreLightness drops the lightness term, so
+   the same ink under uneven lighting (or thinner, lighter strokes) still matches. Clamping
+   rectangle rule; null for a null or non-24-bit source, a null colour, a negative or NaN
+   tolerance, or no memory. */
+QUILP_API DibInfo* DibMatchColor(DibInfo* src, unsigned char const (*colour)[3],
+                                 double tolerance, bool ignoreLightness, tagRect32* rect);
+
+/* Splits a 24-bit page into its ink layers. Every pixel's darkness is measured against the
+   paper (each byte divided by the paper's, so a tinted sheet is white); pixels darker than 48
+   in length vote with their darkness for their direction, and the k strongest directions (k =
+   inkCount, 1..kDibMaxInks, fewer when the page has fewer directions; 0 chooses: every direction peak holding at least 1% of the vote,
+   at most maxLayers) are refined as the weighted mean directions of their pixels (angle in
+   darkness space: independent of how much ink covers a pixel). A pixel belongs to the layer
+   of its nearest direction when its projection on it is at least half the layer's full
+   darkness (the 90th percentile of its pixels' projections) and the angle is below 30
+   degrees, so half-covered edge pixels count as ink. Outputs, each optional (null):
+     masks[0..k-1]  new 1-bit records of the area, black = that layer's ink, masks[k..] null;
+     inks[0..k-1]   each layer's full-ink colour (blue, green, red);
+     labels         a new 8-bit record: 0 paper, i + 1 for layer i.
+   Layers are ordered by decreasing vote. Returns k (0 for a page without ink: no masks);
+   -1, with every output pointer set null, for a null or non-24-bit source, inkCount outside
+   0..kDibMaxInks, maxLayers outside 1..kDibMaxInks or below inkCount, an empty rectangle
+   (clamping rule) or no memory. */
+enum { kDibMaxInks = 8 };
+QUILP_API int DibSeparate(DibInfo* src, int inkCount, int maxLayers, DibInfo** masks,
+                          unsigned char (*inks)[3], DibInfo** labels, tagRect32* rect);
+
+/* (end of colour separation and transforms) */
+
+
+/* ---- Edge-preserving smoothing, gradients and texture ---------------------------------- */
+
+/* Edge-preserving smoothing of an 8-, 24- or 32-bit image (median: each byte on its own,
+   the fourth of 32-bit pixels too), borders repeating the edge pixels. method 0: median over a
+   size x size window (odd size 3..255; 3 by a sorting network, larger by a running
+   histogram whose cost per pixel grows with size, not its square). method 1: bilateral filter
+   over a size x size window (odd, 3..31), spatial deviation size / 4 pixels and grey-level
+   deviation `strength` (1..255); weights exp(-d^2 / 2 sd^2 - dv^2 / 2 sv^2) taken from tables
+   in 1/4096, w = (ws * wr + 2048) >> 12, out = (sum w v + sum w / 2) / sum w per byte,
+   colour pixels weighted by their largest difference in blue, green and red, so edges stronger than a few deviations stay as sharp as they were. Clamping
+   rectangle rule; a new record of the area. Null for a null source, another depth, another
+   method, a size or strength outside its range, or no memory. */
+QUILP_API DibInfo* DibSmooth(DibInfo* src, int method, int size, int strength, tagRect32* rect);
+
+/* Gradient of an 8-bit image (24-bit: of the grey (b + g + r + 1) / 3), borders repeating the
+   edge pixels. kernel 0: Sobel (1 2 1 smoothing, scale 4); kernel 1: Scharr (3 10 3, scale 16).
+   directions 0: the magnitude, out = min(255, (int)(sqrtf(gx^2 + gy^2) / scale + 0.5f)), so a
+   full black-to-white step gives 255. directions 2..128: the direction of the gradient
+   (toward the lighter side; 0 = rightward, growing clockwise as rows go down) quantised into
+   that many equal sectors centred on 0, 360 / directions, ..., and 255 where the magnitude is
+   below minMagnitude. Clamping rectangle rule; a new 8-bit record of the area. Null for a null
+   source, another depth, kernel or directions, minMagnitude outside 0..255, or no memory. */
+QUILP_API DibInfo* DibGradientMap(DibInfo* src, int kernel, int directions, int minMagnitude,
+                                  tagRect32* rect);
+
+/* A texture map of an 8-bit image (24-bit: of its grey as above): one pixel per block x block
+   block of the area (the last blocks cover what is left), resolutions divided by block.
+   measure 0: the standard deviation of the block's levels, rounded, at most 255 - high for
+   text, photos and halftone alike, 0 on plain paper. measure 1: edge energy, the mean of
+   |right - left| + |below - above| over the block's pixels (neighbours beyond the area
+   repeat its edge), divided by 2 and rounded -
+   high for halftone screens and text strokes, low for photographs' smooth tones and paper.
+   A block of measure 0 high and measure 1 low is continuous tone. block 2..256; clamping
+   rectangle rule. Null for a null source, another depth or measure, a block out of range or
+   no memory. */
+QUILP_API DibInfo* DibGetTexture(DibInfo* src, int block, int measure, tagRect32* rect);
+
+/* (end of edge-preserving smoothing, gradients and texture) */
+
+
+/* ---- Zone matching ------------------------------------------------------------------- */
+
+/* Finds where the zone `tplRect` of `tpl` lies in the `window` of `image` (both 8-bit, or
+   24-bit taken as their grey (b + g + r + 1) / 3; clamping rule, null: the whole image), by
+   normalised cross-correlation of the zone with every placement inside the window:
+     score = sum (t - mean t)(i - mean i) / sqrt(sum (t - mean t)^2 sum (i - mean i)^2).
+   Window sums come from integral images; zone and window are halved (2 x 2 means) while
+   both sides of the zone's half stay at least 16 pixels, every placement is scored at the
+   coarsest level and its best 8 local maxima are followed to full size, each climbing at
+   every level from twice its position to the best of its 3 x 3 neighbours until on a peak; the best placement at full resolution is refined
+   to a fraction of a pixel by a parabola through its neighbours' scores in each direction.
+   x, y: where the zone's top-left pixel lands in `image` (visual, fractional); score: -1..1
+   at the integer best. False, outputs untouched, for null images, other depths, empty
+   rectangles, a window smaller than the zone, a zone of fewer than 2 x 2 pixels or of one
+   level only, or no memory. */
+QUILP_API bool DibMatchZone(DibInfo* tpl, tagRect32* tplRect, DibInfo* image, tagRect32* window,
+                            double& x, double& y, double& score);
+
+/* (end of zone matching) */
+
+
+/* ---- Debug text ------------------------------------------------------------------- */
+
+/* A text picture of the rectangle (clamping rule) of a 1-bit (DibSprintBW) or 8-bit
+   (DibSprintGrey) image, for logs: one character per pixel, or, when the area is wider than
+   `columns` (0: no limit), one per block of f x f pixels with f = ceil(width / columns). One
+   line per row (or block row), each ending with '\n'. 1-bit: '#' for black (index 0), '.' for
+   white; a block shows '#' when more than half of it is black, '+' when some is, '.' when
+   none is. Grey: the mean level (rounded) through the ramp "@%#*+=-:. " (dark to light),
+   character floor(level * 10 / 256). Writes at most size - 1 characters and always a
+   terminating zero (when size >= 1; buffer may be null when size is 0) and returns the
+   length the whole picture needs, without the terminator. -1, buffer untouched, for a null
+   image, another depth, an empty rectangle, negative columns or size, or a null buffer with
+   size > 0. */
+QUILP_API int DibSprintBW(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size);
+QUILP_API int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int size);
+
+/* (end of debug text) */
 
 
 #endif /* QUILP32_H */

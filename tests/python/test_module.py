@@ -1,0 +1,153 @@
+"""The Python module against the library's own exports (through the tool, on the same pixels)
+and against numpy truth: array kinds, strides, errors and threads."""
+import os
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+
+import numpy as np
+import pytest
+from PIL import Image
+
+import quilp
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "scripts", "corpus"))
+from textpage import render_page, save_bmp  # noqa: E402
+
+TOOL = os.environ.get("QUILP_TOOL")
+
+
+@pytest.fixture(scope="module")
+def page():
+    p = render_page(7, dpi=100, width_in=4, height_in=3, size_pt=12)
+    return p.grey
+
+
+@pytest.fixture(scope="module")
+def colour(page):
+    rng = np.random.default_rng(1)
+    rgb = np.stack([page, page, page], axis=2).astype(np.int16)
+    rgb[40:80, 50:200] = (200, 40, 40)       # a red stamp
+    rgb += rng.integers(-6, 7, rgb.shape, dtype=np.int16)
+    return np.clip(rgb, 0, 255).astype(np.uint8)
+
+
+def tool(tmp_path, array, *args):
+    """Runs `quilp ARGS` on the array written as BMP; returns the output image as an array."""
+    src, out = tmp_path / "in.bmp", tmp_path / "out.bmp"
+    save_bmp(str(src), array, 100)
+    subprocess.run([TOOL, args[0], str(src), str(out), *args[1:]], check=True,
+                   capture_output=True)
+    img = Image.open(out)
+    if img.mode == "1":
+        return ~np.asarray(img, dtype=bool)
+    return np.asarray(img.convert("RGB" if img.mode == "RGB" else "L"))
+
+
+@pytest.mark.skipif(not TOOL, reason="needs the quilp tool (QUILP_TOOL)")
+@pytest.mark.parametrize("call, args", [
+    (lambda g, c: quilp.binarize(g, "otsu"), ("binarize", "--otsu")),
+    (lambda g, c: quilp.binarize(g, "threshold", threshold=100, invert=True),
+     ("binarize", "--threshold", "100", "--invert")),
+    (lambda g, c: quilp.to_grey(c, colour="C82828"), ("grey", "--colour", "C82828")),
+    (lambda g, c: quilp.drop_colours(c, ["C82828"]), ("dropout", "--drop", "C82828")),
+    (lambda g, c: quilp.filter(g, "min", hsize=5, vsize=3), ("filter", "--op", "min", "--hsize", "5", "--vsize", "3")),
+    (lambda g, c: quilp.filter(g, "smooth", sigma=1.5), ("filter", "--op", "smooth", "--sigma", "1.5")),
+    (lambda g, c: quilp.rotate(c, 1.5, interp="bicubic"), ("rotate", "--angle", "1.5", "--interp", "bicubic")),
+    (lambda g, c: quilp.rotate(g < 128, -4, expand=True), ("rotate", "--angle", "-4", "--expand")),
+    (lambda g, c: quilp.deskew(g)[0], ("deskew",)),
+])
+def test_same_pixels_as_the_library_through_the_tool(tmp_path, page, colour, call, args):
+    src = colour if args[0] in ("grey", "dropout") or "bicubic" in args else page
+    if "--expand" in args:
+        src = page < 128
+    np.testing.assert_array_equal(call(page, colour), tool(tmp_path, src, *args))
+
+
+def test_round_trips_of_every_kind_with_any_strides(page, colour):
+    bits = page < 128
+    cases = [
+        (page, lambda a: quilp.filter(a, "gain")),           # gain 1, offset 0: identity
+        (colour, lambda a: quilp.difference(a, np.zeros_like(a))),
+        (bits, lambda a: quilp.erode_dilate(a, 0)),
+    ]
+    for img, identity in cases:
+        for view in (img, img[::2, ::3], img[5:-7, 3:-2], np.swapaxes(img, 0, 1)):
+            ro = view.copy()
+            ro.flags.writeable = False
+            for a in (view, ro):
+                out = identity(a)
+                assert out.dtype == img.dtype and out.flags.c_contiguous
+                np.testing.assert_array_equal(out, a)
+
+
+def test_measures_against_numpy(page, colour):
+    assert quilp.variance(page) == pytest.approx(np.var(page, ddof=1), rel=1e-9)
+    r, g, b = quilp.variance(colour)
+    assert (r, g, b) == pytest.approx([np.var(colour[..., i], ddof=1) for i in range(3)], rel=1e-9)
+    other = np.roll(page, 3, axis=1)
+    assert quilp.difference(page, other, total=True) == np.abs(
+        page.astype(int) - other.astype(int)).sum()
+    over = quilp.difference(page, other, method="over", offset=10)
+    np.testing.assert_array_equal(over, np.clip(page.astype(int) + 10 - other, 0, 255))
+    t = quilp.otsu_levels(page)
+    np.testing.assert_array_equal(quilp.binarize(page, "otsu"), page < t)
+
+
+def test_geometry_against_numpy_and_rendered_truth(page, colour):
+    from textpage import rotate_page, turn_page
+    for img in (page, colour, page < 128):
+        for k in (-1, 1, 2, 7):
+            np.testing.assert_array_equal(quilp.turn(img, k), np.rot90(img, -k))
+    p = render_page(3, dpi=150, width_in=5, height_in=4)
+    skewed = rotate_page(p, 2.0)
+    assert quilp.skew_angle(skewed.grey) == pytest.approx(2.0, abs=0.05)
+    straight, degrees = quilp.deskew(skewed.grey)
+    assert degrees == pytest.approx(2.0, abs=0.05) and straight.shape == p.grey.shape
+    assert abs(quilp.skew_angle(straight)) < 0.05
+    quarters, confidence = quilp.orientation(turn_page(p, 1).grey)
+    assert (quarters, confidence > 50) == (3, True)
+    assert quilp.orientation(np.full((300, 300), 255, np.uint8)) == (None, 0)
+
+
+@pytest.mark.parametrize("call, error", [
+    (lambda g: quilp.binarize(g.astype(np.float32)), "binarize: expected"),
+    (lambda g: quilp.binarize(g[:, :, None]), "binarize: expected"),
+    (lambda g: quilp.binarize(g[:0]), "empty"),
+    (lambda g: quilp.binarize(g < 5), "takes grey colour"),
+    (lambda g: quilp.binarize(g, "magic"), "method is"),
+    (lambda g: quilp.binarize(g, "threshold", threshold=300), "0..256"),
+    (lambda g: quilp.to_grey(g), "takes colour"),
+    (lambda g: quilp.drop_colours(np.dstack([g, g, g]), "FFFFFF"), "white or neutral"),
+    (lambda g: quilp.drop_colours(np.dstack([g, g, g]), "12345"), "RRGGBB"),
+    (lambda g: quilp.filter(g, "min", size=4), "not provided"),
+    (lambda g: quilp.filter(g, "blur"), "op is"),
+    (lambda g: quilp.erode_dilate(g < 5, 40), "-127..32"),
+    (lambda g: quilp.difference(g[:10], g), "at least as large"),
+    (lambda g: quilp.otsu_levels(g, 4), "classes is 2 or 3"),
+    (lambda g: quilp.skew_angle(g, "guess"), "method is"),
+    (lambda g: quilp.to_grey(np.zeros((4, 4, 3), np.uint8)), "no grey direction"),
+    (lambda g: quilp.rotate(g, 3, interp="cubic"), "interp is"),
+    (lambda g: quilp.rotate(g, float("nan")), "finite"),
+])
+def test_failures_raise_value_error_with_the_reason(page, call, error):
+    with pytest.raises(ValueError, match=error):
+        call(page)
+    with pytest.raises(TypeError, match="unexpected keyword 'windoe'"):
+        quilp.filter(page, "local", windoe=5)
+
+
+def test_two_threads_give_the_single_thread_results(page):
+    pages = [np.roll(page, k, axis=0) for k in range(6)]
+    work = lambda g: (quilp.filter(g, "flatten"), quilp.binarize(g, "otsu"))
+    alone = [work(g) for g in pages]
+    with ThreadPoolExecutor(2) as pool:
+        together = list(pool.map(work, pages))
+    for (a1, a2), (b1, b2) in zip(alone, together):
+        np.testing.assert_array_equal(a1, b1)
+        np.testing.assert_array_equal(a2, b2)
+
+
+def test_help_reads_like_the_header():
+    assert "positive means lines descend to the right" in quilp.skew_angle.__doc__
+    assert "True for ink" in quilp.__doc__
