@@ -48,7 +48,12 @@ py::array Binarize(py::handle img, std::string const& method, double dpi, py::kw
   } else {
     p1 = Take(kwargs, "window", 0);
     p2 = int(std::lround(Take(kwargs, "k", 0.0) * 100.0));
-    if (code == 4) names.push_back("variant"), values.push_back(method);
+    if (code == 4 || code == 5) {
+      std::string const variant = code == 5 ? Take(kwargs, "variant", std::string("niblack")) : method;
+      int const v = variant == "niblack" ? 0 : variant == "sauvola" ? 1 : variant == "wolf" ? 2 : -1;
+      if (v < 0) throw py::value_error("binarize: variant is niblack, sauvola or wolf");
+      names.push_back("variant"), values.push_back(std::to_string(v));
+    }
   }
   RefuseLeftovers(kwargs, "binarize");
   std::vector<char const*> n, v;
@@ -79,7 +84,10 @@ void BindBinarize(py::module_& m) {
         "  'threshold'  threshold=T: ink below T (invert=True: at or above);\n"
         "  'otsu'       ink below Otsu's threshold; 'otsu-r' ignores levels 0, 1, 254, 255;\n"
         "  'band'       classes=2|3, low, high: ink over that band of Otsu classes;\n"
-        "  'niblack', 'sauvola', 'wolf' (window, k), 'niglob', 'stat': local thresholds.\n"
+        "  'niblack', 'sauvola', 'wolf' (window, k: local mean and deviation), 'niglob'\n"
+        "               (variant, window, k: Otsu settles the clear pixels, the local rule the\n"
+        "               rest), 'stat' (window, k: contrast to the paper surface); window 0 and\n"
+        "               k 0 take each method's defaults.\n"
         "Unknown keywords raise TypeError.");
 }
 

@@ -66,4 +66,6 @@ PYBIND11_MODULE(quilp, m) {
   quilp_py::BindFilters(m);
   quilp_py::BindMeasures(m);
   quilp_py::BindGeometry(m);
+  quilp_py::BindScaling(m);
+  quilp_py::BindMorphology(m);
 }

@@ -37,5 +37,7 @@ void BindBinarize(py::module_& m);
 void BindFilters(py::module_& m);     // grey filters, erosion and dilation
 void BindMeasures(py::module_& m);    // skew, difference, variance
 void BindGeometry(py::module_& m);    // rotation, turns, deskewing, orientation
+void BindScaling(py::module_& m);     // previews and upscaling
+void BindMorphology(py::module_& m);  // elements, despeckling, distances, skeletons
 
 }  // namespace quilp_py

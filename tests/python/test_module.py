@@ -129,6 +129,10 @@ def test_geometry_against_numpy_and_rendered_truth(page, colour):
     (lambda g: quilp.to_grey(np.zeros((4, 4, 3), np.uint8)), "no grey direction"),
     (lambda g: quilp.rotate(g, 3, interp="cubic"), "interp is"),
     (lambda g: quilp.rotate(g, float("nan")), "finite"),
+    (lambda g: quilp.morph(g, "hitmiss"), "1-bit"),
+    (lambda g: quilp.morph(g < 9, "erode", "rect:3"), "needs 2 numbers"),
+    (lambda g: quilp.upscale(g < 9, 2.5), "factors 2, 3 or 4"),
+    (lambda g: quilp.zoom(g, 0), "positive"),
 ])
 def test_failures_raise_value_error_with_the_reason(page, call, error):
     with pytest.raises(ValueError, match=error):
@@ -151,3 +155,34 @@ def test_two_threads_give_the_single_thread_results(page):
 def test_help_reads_like_the_header():
     assert "positive means lines descend to the right" in quilp.skew_angle.__doc__
     assert "True for ink" in quilp.__doc__
+
+
+def windows(a, op):
+    """3 x 3 window extremes of a bool array, paper (False) beyond the border."""
+    p = np.pad(a, 1, constant_values=False)
+    stack = [p[dy:dy + a.shape[0], dx:dx + a.shape[1]] for dy in range(3) for dx in range(3)]
+    return op(np.stack(stack), axis=0)
+
+
+def test_morphology_and_scaling_against_numpy(page):
+    rng = np.random.default_rng(5)
+    ink = rng.random((23, 37)) < 0.6
+    np.testing.assert_array_equal(quilp.morph(ink, "erode"), windows(ink, np.all))
+    cross = np.pad(ink, 1)[1:-1, 1:-1] | np.pad(ink, 1)[:-2, 1:-1] | np.pad(ink, 1)[2:, 1:-1] \
+        | np.pad(ink, 1)[1:-1, :-2] | np.pad(ink, 1)[1:-1, 2:]
+    np.testing.assert_array_equal(quilp.morph(ink, "dilate", "010/111/010"), cross)
+    opened = windows(windows(ink, np.all), np.any)
+    np.testing.assert_array_equal(quilp.morph(ink, "open"), opened)
+    np.testing.assert_array_equal(quilp.morph(ink, "tophat"), ink & ~opened)
+    ys, xs = np.nonzero(~np.pad(ink, 1, constant_values=False))
+    for y, x in zip(*np.nonzero(ink)):
+        assert quilp.distance(ink)[y, x] == pytest.approx(np.sqrt(((ys - y - 1) ** 2 + (xs - x - 1) ** 2).min()))
+    even = page[:100, :150]
+    blocks = even.reshape(50, 2, 75, 2).astype(int).sum(axis=(1, 3))
+    np.testing.assert_array_equal(quilp.zoom(even, 0.5), (blocks + 2) // 4)
+    assert quilp.upscale(ink, 2).shape == (46, 74) and quilp.upscale(even, 1.5).shape == (150, 225)
+    speck = np.zeros((120, 120), bool)
+    speck[60:62, 60:62] = True
+    assert not quilp.despeckle(speck).any() and quilp.squeeze(speck, 4)[30, 30]
+    corners = quilp.morph(ink, "hitmiss", ".0./.11/...")  # ink, ink to its right, paper above
+    np.testing.assert_array_equal(corners[1:, :-1], ink[1:, :-1] & ink[1:, 1:] & ~ink[:-1, :-1])
