@@ -408,3 +408,33 @@ TEST(Orientation, RealTextAtEveryTurn) {
   EXPECT_EQ(confidence, 0);
 }
 #endif
+
+// Degenerate inputs: 1 x 1 and 1 x N images of every depth go through every export without
+// harm; unknown depths and bad arguments give the documented failures.
+TEST(Geometry, TinyImagesAndBadArguments) {
+  for (int depth : {1, 8, 24, 32})
+    for (int h : {1, 2, 9}) {
+      SCOPED_TRACE(testing::Message() << depth << " bits, 1 x " << h);
+      DibPtr d = RandomDib(1, h, depth, h == 2, 3);
+      double const corners[8] = {-0.5, -0.5, 0.5, -0.5, 0.5, h - 0.5, -0.5, h - 0.5};
+      for (DibInfo* made : {DibRotateBy90(d.get(), 1, nullptr), DibRotateAccurate(d.get(), 2.0, 3, nullptr),
+                            DibRotate3Skew(d.get(), -0.7, 0, nullptr), DibSkew(d.get(), 5.0, true, nullptr),
+                            DibDeskew(d.get(), nullptr, nullptr), DibDistort(d.get(), corners, 3, 3, 0)}) {
+        EXPECT_TRUE(made);
+        DibFree(made);
+      }
+      EXPECT_EQ(DibDetectDominantOrientation(d.get(), nullptr, nullptr), -1);
+    }
+  DibPtr grey = RandomDib(20, 20, 8, false, 1);
+  tagRect32 outside = {50, 50, 60, 60};
+  EXPECT_FALSE(DibRotateBy90(grey.get(), 1, &outside));
+  EXPECT_FALSE(DibDeskew(grey.get(), nullptr, &outside));
+  EXPECT_EQ(DibDetectDominantOrientation(grey.get(), nullptr, &outside), -1);
+  EXPECT_FALSE(DibSkew(grey.get(), 1e9, false, nullptr));
+  EXPECT_FALSE(DibRotate3Skew(grey.get(), 0.1, 2, nullptr));  // interpolation is not a shear's
+  EXPECT_TRUE(DibPtr(DibRotateAccurate(grey.get(), 1e300, 0, nullptr)));
+  grey->biBitCount = 16;
+  EXPECT_FALSE(DibRotateBy90(grey.get(), 1, nullptr));
+  EXPECT_FALSE(DibRotateAccurate(grey.get(), 0.1, 0, nullptr));
+  grey->biBitCount = 8;
+}

@@ -160,11 +160,11 @@ void ShiftColumnBits(DibView const& dst, DibView const& src, int const* shift) {
 
 }  // namespace
 
-void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
-                  int const* shift) {
+bool ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
+                  int const* shift) try {
   if (f.bitsPerPixel == 1) {
     ShiftColumnBits(dst, src, shift);
-    return;
+    return true;
   }
   // Runs of columns with one shift, each copied from its source row or painted paper.
   struct Run {
@@ -191,6 +191,9 @@ void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
                     std::size_t(r.u1 - r.u0) * b);
     }
   }
+  return true;
+} catch (std::bad_alloc const&) {
+  return false;
 }
 
 int ShearShifts(double tangent, int n, double centre, std::vector<int>& shift, int& low) {
@@ -224,7 +227,7 @@ bool RotateByShears(DibView const& dst, DibView const& src, ShearFormat const& f
     // Second shear: columns move up or down about that centre; the image grows by the span.
     int const span2 = ShearShifts(b, one.width, cx1, s2, low2);
     DibView const two = BufferView(buffer2, one.width, H + span2, f.bitsPerPixel);
-    ShiftColumns(two, one, f, s2.data());
+    if (!ShiftColumns(two, one, f, s2.data())) return false;
     double const cy2 = cy - low2;
     // Third shear straight into dst, whose centre takes the source's: dst row v is row
     // v + oy of `two`, moved by round(a * (v + oy - cy2)) plus the centring offset.
