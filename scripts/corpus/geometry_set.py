@@ -5,7 +5,8 @@ orientation OUTDIR [--count N] [--seed S] [--small]
     writes N pages, page i turned i mod 4 clockwise quarters, with a manifest
     OUTDIR/orientation.tsv: file, quarters that make it upright, dpi, font, size, skew,
     noise. Fonts serif/sans/mono, 8-14 pt, 200 and 300 dpi, one or two columns, skew up to
-    10 degrees, salt-and-pepper noise on some, 1-bit versions of some.
+    10 degrees, salt-and-pepper noise on some, 1-bit versions of some, a quarter sparse
+    (one line in four kept).
 deskew OUTDIR [--count N] [--seed S]
     writes N grey pages rotated by known angles in -10..10 degrees, manifest deskew.tsv.
 
@@ -44,6 +45,12 @@ def orientation(outdir, count, seed, small=False):
         # Pages cropped to keep the run short: a half page is still a full-width text block.
         page = textpage.render_page(rng.randrange(1 << 30), dpi=dpi, height_in=4.0 if small else rng.choice([5.5, 11.69]),
                                     font=font, size_pt=size, columns=columns)
+        sparse = rng.random() < 0.25
+        if sparse:  # a letter-like page: one line in four kept
+            for k, line in enumerate(page.lines):
+                if k % 4:
+                    l, t, r, b = line["box"]
+                    page.grey[t:b + 1, l:r + 1] = 255
         skew = rng.uniform(-10, 10) if rng.random() < 0.5 else rng.uniform(-1, 1)
         page = textpage.rotate_page(page, skew)
         turn = i % 4
@@ -56,7 +63,8 @@ def orientation(outdir, count, seed, small=False):
         else:
             textpage.save_bmp(os.path.join(outdir, name), grey, dpi)
         # The page was turned `turn` quarters clockwise: (4 - turn) more make it upright.
-        rows.append("%s\t%d\t%d\t%s\t%d\t%.3f\t%.3f" % (name, (4 - turn) % 4, dpi, font, size, skew, noise))
+        rows.append("%s\t%d\t%d\t%s\t%d\t%.3f\t%.3f\t%s" % (name, (4 - turn) % 4, dpi, font, size, skew, noise,
+                                                        "sparse" if sparse else "dense"))
     with open(os.path.join(outdir, "orientation.tsv"), "w") as f:
         f.write("\n".join(rows) + "\n")
 
