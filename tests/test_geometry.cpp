@@ -102,6 +102,18 @@ TEST(RotateBy90, LiteralTurnAndFourTurnsAreIdentity) {
   EXPECT_EQ(turned->Height(), 20);
   EXPECT_EQ(turned->XPelsPerMeter(), 2000);
   EXPECT_EQ(turned->YPelsPerMeter(), 1000);
+  // A 1-bit zone starting inside a byte turns as its copy does, at every turn.
+  DibPtr bits = RandomDib(45, 17, 1, false, 8);
+  tagRect32 zone = {5, 2, 40, 15};
+  DibInfo* copy = nullptr;
+  ASSERT_TRUE(DibCopyZone(copy, bits.get(), &zone));
+  DibPtr copied(copy);
+  for (int k = 0; k < 4; ++k) {
+    DibPtr a(DibRotateBy90(bits.get(), k, &zone)), b(DibRotateBy90(copied.get(), k, nullptr));
+    EXPECT_TRUE(SamePixels(a.get(), b.get())) << k;
+    DibPtr c(DibRotate3Skew(bits.get(), 0.4, 1, &zone)), d(DibRotate3Skew(copied.get(), 0.4, 1, nullptr));
+    EXPECT_TRUE(SamePixels(c.get(), d.get()));
+  }
 }
 
 // A smooth picture turned by the resampler against the same picture evaluated at the turned
