@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "geometry/fade_borders.h"
@@ -78,6 +79,9 @@ bool ReducedGrey(DibView const& src, int bitsPerPixel, int factor, GreyImage& ou
                      bitsPerPixel != 32))
     return false;
   int const w = (src.width + factor - 1) / factor, h = (src.height + factor - 1) / factor;
+  // The size in bytes must fit the address space (a 32-bit build holds less than 4 GiB).
+  if (uint64_t(w) * uint64_t(h) > uint64_t(std::numeric_limits<std::ptrdiff_t>::max()))
+    return false;
   try {
     out.width = w;
     out.height = h;

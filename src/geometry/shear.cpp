@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "geometry/bit_span.h"
@@ -50,11 +51,13 @@ void CopySpan(uint8_t* out, int dx, DibView const& dst, uint8_t const* in, int s
 
 // A view over a buffer of our own, top-down.
 DibView BufferView(std::vector<uint8_t>& buffer, int width, int height, int bitsPerPixel) {
-  std::ptrdiff_t const stride = ((std::ptrdiff_t(width) * bitsPerPixel + 31) / 32) * 4;
+  uint64_t const stride = ((uint64_t(width) * uint64_t(bitsPerPixel) + 31) / 32) * 4;
+  if (stride * uint64_t(height) > uint64_t(std::numeric_limits<std::ptrdiff_t>::max()))
+    throw std::bad_alloc();  // more than the address space holds
   buffer.assign(std::size_t(stride) * std::size_t(height), 0);
   DibView v;
   v.base = v.top = buffer.data();
-  v.step = stride;
+  v.step = std::ptrdiff_t(stride);
   v.width = width;
   v.height = height;
   return v;
