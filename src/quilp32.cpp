@@ -641,6 +641,7 @@ bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int 
 // ---- Rotation, deskewing, orientation and canonical form ------------------------------
 
 #include <cmath>
+#include <new>
 
 #include "geometry/grey_skew.h"
 #include "geometry/orientation.h"
@@ -730,6 +731,7 @@ DibInfo* Rotation(DibInfo* src, double angle, int flags, tagRect32 const* rect, 
   if (interp == 3 || (shears && interp != 0)) return nullptr;
   Area area;
   if (!ClampRect(src, rect, area)) return nullptr;
+  angle = std::remainder(angle, 4.0 * kQuarterTurn);  // -pi .. pi: the same turn
   bool const expand = flags & 1;
   double const turns = angle / kQuarterTurn;
   if (expand && std::fabs(turns - std::nearbyint(turns)) * kQuarterTurn < 1e-9)
@@ -768,17 +770,20 @@ DibInfo* DibSkew(DibInfo* src, double tangent, bool vertical, tagRect32* rect) {
   if (std::fabs(tangent) * n + across > kLargestSide) return nullptr;
   std::vector<int> shift;
   int low = 0;
-  int const span = ShearShifts(tangent, n, (n - 1) / 2.0, shift, low);
+  int span = 0;
+  try {
+    span = ShearShifts(tangent, n, (n - 1) / 2.0, shift, low);
+  } catch (std::bad_alloc const&) {
+    return nullptr;
+  }
   DibHolder result(GeometryResult(src, vertical ? area.width : area.width + span,
                                   vertical ? area.height + span : area.height, false));
   if (!result) return nullptr;
   DibView const from = MakeView(src, area);
   ShearFormat const format = ShearFormatOf(from, src->BitsPerPixel());
-  if (vertical)
-    ShiftColumns(MakeView(result.get()), from, format, shift.data());
-  else
-    ShiftRows(MakeView(result.get()), from, format, shift.data(), 0);
-  return result.release();
+  bool const done = vertical ? ShiftColumns(MakeView(result.get()), from, format, shift.data())
+                             : (ShiftRows(MakeView(result.get()), from, format, shift.data(), 0), true);
+  return done ? result.release() : nullptr;
 }
 
 DibInfo* DibDeskew(DibInfo* src, double* angle, tagRect32* rect) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "geometry/fade_borders.h"
@@ -78,6 +79,9 @@ bool ReducedGrey(DibView const& src, int bitsPerPixel, int factor, GreyImage& ou
                      bitsPerPixel != 32))
     return false;
   int const w = (src.width + factor - 1) / factor, h = (src.height + factor - 1) / factor;
+  // The size in bytes must fit the address space (a 32-bit build holds less than 4 GiB).
+  if (uint64_t(w) * uint64_t(h) > uint64_t(std::numeric_limits<std::ptrdiff_t>::max()))
+    return false;
   try {
     out.width = w;
     out.height = h;
@@ -88,6 +92,11 @@ bool ReducedGrey(DibView const& src, int bitsPerPixel, int factor, GreyImage& ou
     for (int bi = 0; bi < h; ++bi) {
       int const by = bottomUp ? h - 1 - bi : bi;  // block rows in storage order
       int const y0 = by * factor, y1 = std::min(src.height, y0 + factor);
+      if (factor == 1) {  // the grey row is the result
+        GreyRow(src.Row(y0), bitsPerPixel, src.left & 7, src.width, grey.data());
+        std::memcpy(out.Row(by), grey.data(), std::size_t(w));
+        continue;
+      }
       std::fill(acc.begin(), acc.end(), 0u);
       for (int y = y0; y < y1; ++y) {
         GreyRow(src.Row(y), bitsPerPixel, src.left & 7, src.width, grey.data());
@@ -95,9 +104,12 @@ bool ReducedGrey(DibView const& src, int bitsPerPixel, int factor, GreyImage& ou
       }
       uint8_t* row = out.Row(by);
       int const rows = y1 - y0;
-      for (int x = 0; x < w; ++x) {
-        uint32_t const n = uint32_t(std::min(src.width - x * factor, factor) * rows);
-        row[x] = uint8_t((acc[std::size_t(x)] + n / 2) / n);
+      uint32_t const full = uint32_t(factor * rows);
+      int const whole = src.width / factor;  // blocks of `factor` columns
+      for (int x = 0; x < whole; ++x) row[x] = uint8_t((acc[std::size_t(x)] + full / 2) / full);
+      if (whole < w) {
+        uint32_t const n = uint32_t((src.width - whole * factor) * rows);
+        row[whole] = uint8_t((acc[std::size_t(whole)] + n / 2) / n);
       }
     }
   } catch (std::bad_alloc const&) {

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "geometry/bit_span.h"
@@ -50,11 +51,13 @@ void CopySpan(uint8_t* out, int dx, DibView const& dst, uint8_t const* in, int s
 
 // A view over a buffer of our own, top-down.
 DibView BufferView(std::vector<uint8_t>& buffer, int width, int height, int bitsPerPixel) {
-  std::ptrdiff_t const stride = ((std::ptrdiff_t(width) * bitsPerPixel + 31) / 32) * 4;
+  uint64_t const stride = ((uint64_t(width) * uint64_t(bitsPerPixel) + 31) / 32) * 4;
+  if (stride * uint64_t(height) > uint64_t(std::numeric_limits<std::ptrdiff_t>::max()))
+    throw std::bad_alloc();  // more than the address space holds
   buffer.assign(std::size_t(stride) * std::size_t(height), 0);
   DibView v;
   v.base = v.top = buffer.data();
-  v.step = stride;
+  v.step = std::ptrdiff_t(stride);
   v.width = width;
   v.height = height;
   return v;
@@ -160,11 +163,11 @@ void ShiftColumnBits(DibView const& dst, DibView const& src, int const* shift) {
 
 }  // namespace
 
-void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
-                  int const* shift) {
+bool ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
+                  int const* shift) try {
   if (f.bitsPerPixel == 1) {
     ShiftColumnBits(dst, src, shift);
-    return;
+    return true;
   }
   // Runs of columns with one shift, each copied from its source row or painted paper.
   struct Run {
@@ -191,6 +194,9 @@ void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
                     std::size_t(r.u1 - r.u0) * b);
     }
   }
+  return true;
+} catch (std::bad_alloc const&) {
+  return false;
 }
 
 int ShearShifts(double tangent, int n, double centre, std::vector<int>& shift, int& low) {
@@ -224,7 +230,7 @@ bool RotateByShears(DibView const& dst, DibView const& src, ShearFormat const& f
     // Second shear: columns move up or down about that centre; the image grows by the span.
     int const span2 = ShearShifts(b, one.width, cx1, s2, low2);
     DibView const two = BufferView(buffer2, one.width, H + span2, f.bitsPerPixel);
-    ShiftColumns(two, one, f, s2.data());
+    if (!ShiftColumns(two, one, f, s2.data())) return false;
     double const cy2 = cy - low2;
     // Third shear straight into dst, whose centre takes the source's: dst row v is row
     // v + oy of `two`, moved by round(a * (v + oy - cy2)) plus the centring offset.

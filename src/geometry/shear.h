@@ -21,8 +21,9 @@ struct ShearFormat {
 void ShiftRows(DibView const& dst, DibView const& src, ShearFormat const& f,
                int const* shift, int dy);
 // dst(u, v) = src(u, v - shift[u]), paper where that is outside src. dst and src have the
-// same width; shift has dst.width entries.
-void ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
+// same width; shift has dst.width entries. False (dst partly written) when memory for the
+// column runs runs out.
+bool ShiftColumns(DibView const& dst, DibView const& src, ShearFormat const& f,
                   int const* shift);
 
 // The shifts of an exact shear by `tangent` of n rows (or columns) about `centre`:
