@@ -90,14 +90,8 @@ bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int
   std::size_t const n = std::size_t(w) * std::size_t(h);
   std::unique_ptr<uint8_t[]> buf(new (std::nothrow) uint8_t[2 * n]);
   if (!buf) return false;
-  DibPlane lo;
-  lo.width = w;
-  lo.height = h;
-  lo.stride = w;
-  lo.format = kDibFormat8;
-  lo.data = buf.get();
-  DibPlane hi = lo;
-  hi.data = buf.get() + n;
+  DibPlane const lo = PackedPlane8(buf.get(), w, h);
+  DibPlane const hi = PackedPlane8(buf.get() + n, w, h);
   if (!MorphRect(lo, src, hWindow / 2, vWindow / 2, MorphOp::kErode) ||
       !MorphRect(hi, src, hWindow / 2, vWindow / 2, MorphOp::kDilate))
     return false;
