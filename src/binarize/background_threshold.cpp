@@ -89,14 +89,8 @@ bool Surface::Build(DibView const& grey, int window) {
       std::size_t const i = std::size_t(by) * std::size_t(sw_) + std::size_t(bx);
       blocks_[i] = static_cast<uint8_t>((sums[i] + count / 2) / count);
     }
-  DibPlane plane;
-  plane.width = sw_;
-  plane.height = sh_;
-  plane.stride = sw_;
-  plane.format = kDibFormat8;
-  plane.data = blocks_.data();
-  DibPlane other = plane;
-  other.data = work_.data();
+  DibPlane const plane = PackedPlane8(blocks_.data(), sw_, sh_);
+  DibPlane const other = PackedPlane8(work_.data(), sw_, sh_);
   int const h = std::max(1, window / (2 * f_));
   if (!MorphRect(other, plane, h, h, MorphOp::kDilate) ||
       !MorphRect(plane, other, h, h, MorphOp::kErode) ||
@@ -166,14 +160,20 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
   // excess v - B of those lighter than it, which is paper noise alone.
   std::vector<double> hist(256, 0.0), excess(256, 0.0);
   std::vector<int> counts(512, 0);
+  std::vector<uint16_t> bin;  // the histogram bin of each (B, v): d, or 256 + v - B
+  try {
+    bin.resize(256 * 256);
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+  for (int b = 0; b < 256; ++b)
+    for (int v = 0; v < 256; ++v)
+      bin[std::size_t(b * 256 + v)] = static_cast<uint16_t>(v < b ? Contrast(b, v) : 256 + v - b);
   for (int y = 0; y < grey.height; ++y) {
     uint8_t const* src = rows.view.Row(y);
     surface.Row(rows.Visual(y), paper.data());
     std::fill(counts.begin(), counts.end(), 0);
-    for (int x = 0; x < grey.width; ++x) {
-      int const b = paper[x], v = src[x];
-      ++counts[v < b ? Contrast(b, v) : 256 + v - b];
-    }
+    for (int x = 0; x < grey.width; ++x) ++counts[bin[std::size_t(paper[x]) * 256 + src[x]]];
     for (int i = 0; i < 256; ++i) {
       hist[i] += counts[i];
       excess[i] += counts[256 + i];

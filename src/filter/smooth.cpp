@@ -90,14 +90,8 @@ bool DibLocalContrast(DibPlane const& dst, DibPlane const& src, int hWindow, int
   std::size_t const n = std::size_t(w) * std::size_t(h);
   std::unique_ptr<uint8_t[]> buf(new (std::nothrow) uint8_t[2 * n]);
   if (!buf) return false;
-  DibPlane lo;
-  lo.width = w;
-  lo.height = h;
-  lo.stride = w;
-  lo.format = kDibFormat8;
-  lo.data = buf.get();
-  DibPlane hi = lo;
-  hi.data = buf.get() + n;
+  DibPlane const lo = PackedPlane8(buf.get(), w, h);
+  DibPlane const hi = PackedPlane8(buf.get() + n, w, h);
   // Even sizes are taken one smaller, so a window is always centred; 0 is one pixel.
   int const rx = hWindow > 0 ? (hWindow - 1) / 2 : 0, ry = vWindow > 0 ? (vWindow - 1) / 2 : 0;
   if (!MorphRect(lo, src, rx, ry, MorphOp::kErode) || !MorphRect(hi, src, rx, ry, MorphOp::kDilate))

@@ -62,4 +62,15 @@ inline void InStorageOrder(DibPlane& lead, Planes&... others) {
   ((others = UpsideDown(others)), ...);
 }
 
+// An 8-bit plane over `width` x `height` bytes of scratch memory, rows packed top-down.
+static inline DibPlane PackedPlane8(unsigned char* data, int width, int height) {
+  DibPlane p;
+  p.width = width;
+  p.height = height;
+  p.stride = width;
+  p.format = kDibFormat8;
+  p.data = data;
+  return p;
+}
+
 }  // namespace quilp
