@@ -82,7 +82,7 @@ struct QUILP_API DibInfo : tagBITMAPINFOHEADER {
   int PaletteSize() const;
   /* biClrUsed if non-zero, else 2^biBitCount below 9 bits, else 0. */
   int NumColors() const;
-  /* biPlanes * biBitCount, saturating at INT32_MAX. */
+  /* biPlanes * biBitCount. */
   int BitsPerPixel() const;
   int XPelsPerMeter() const;
   int YPelsPerMeter() const;
