@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
   std::memcpy(block.data(), data + 1, std::min<std::size_t>(size - 1, 40 + 1024));
   auto const* dib = reinterpret_cast<DibInfo const*>(block.data());
   DibIsCanonical(dib, DibDirection(data[0] % 4));
-  volatile int sink = dib->PaletteSize() + dib->NumColors() + dib->ByteWidth() + dib->Height() +
+  volatile int sink = dib->PaletteSize() ^ dib->NumColors() ^ dib->ByteWidth() ^ dib->Height() ^
                       dib->BitsPerPixel();
   (void)sink;
   return 0;

@@ -14,13 +14,14 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
     Dib(DibRGB2GreyN(source, colour, in.Rect(source, r)));
     Dib(DibRGB2GreyX(source, colour, in.Int(-2, 40), in.Rect(source, r)));
     Dib(DibSupressColor(source, colour, in.Rect(source, r)));
-    int const keep = in.Int(-1, 2), drop = in.Int(-1, 2);
+    // Counts stay within the four colours given: a larger count is the caller's overrun.
+    int const keep = in.Byte() % 4 - 1, drop = in.Byte() % 4 - 1;
     Dib(DibSupressColors(source, keep, colours, drop, colours + 2, in.Rect(source, r)));
     char const* names[3];
     char const* values[3];
     int const n = in.Keys(names, values);
     DibInfo* out = nullptr;
-    int code = DibSuppressColorsEx(out, source, in.Int(-1, 4), in.Flag() ? colours : nullptr,
+    int code = DibSuppressColorsEx(out, source, in.Byte() % 6 - 1, in.Flag() ? colours : nullptr,
                                    in.Int(-1, 9), in.Int(-1, 9), in.Int(-1, 256), in.Int(-1, 256),
                                    in.Int(-1, 256), n, names, values, in.Rect(source, r), nullptr);
     if (code >= 0) Drop(out);

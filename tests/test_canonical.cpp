@@ -76,6 +76,7 @@ TEST(Canonical, HeaderFaultsAndTheirOrder) {
   EXPECT_EQ(grade([](H& h) { h.biWidth = -10; }), 2);
   EXPECT_EQ(grade([](H& h) { h.biHeight = 0; h.biSizeImage = 0; }), 2);  // not by the size check
   EXPECT_EQ(grade([](H& h) { h.biWidth = 65536; h.biSizeImage = 0; }), 3);
+  EXPECT_EQ(grade([](H& h) { h.biWidth = 65535; h.biHeight = -65535; h.biSizeImage = 0; }), 0);
   EXPECT_EQ(grade([](H& h) { h.biHeight = -65536; h.biSizeImage = 0; }), 3);
   EXPECT_EQ(grade([](H& h) { h.biHeight = INT32_MIN; }), 3);
   EXPECT_EQ(grade([](H& h) { h.biSizeImage += 1; }), 2);

@@ -107,6 +107,7 @@ TEST(Differ, OffsetsAndMethodsOnSinglePixels) {
   DibPtr tc(DibCreate(1, 1, 0, 0, 24)), ec(DibCreate(1, 1, 0, 0, 24));
   // Channel offsets apply to blue, green, red in that order, each plus the common offset.
   EXPECT_EQ(DibDiffer(tc.get(), ec.get(), nullptr, nullptr, MakeSetup(1, 2, 1, 10, 100)), 3 + 12 + 102);
+  EXPECT_EQ(DibDiffer(tc.get(), ec.get(), nullptr, nullptr, MakeSetup(1, 0, 0, 0, 5)), 5);  // red only
 }
 
 TEST(Differ, MessagesAreWrittenExactlyAndOnlyToTheStream) {

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <thread>
 #include <vector>
 
 #include "quilp32.h"
@@ -178,23 +177,4 @@ TEST(ErodeDilate, RefusalsLeaveTheResultAlone) {
     EXPECT_TRUE(DibFree(out));
   }
   EXPECT_EQ(quilp::block::LiveCount(), live);
-}
-
-// The library is re-entrant: concurrent first calls build the shared table once and agree.
-TEST(ErodeDilate, ConcurrentCallsAgree) {
-  DibPtr src = RandomShapes(90, 40, false, 12, 75);
-  DibInfo* first = nullptr;
-  ASSERT_TRUE(DibErodeDilate(first, src.get(), 2, nullptr));
-  DibPtr want(first);
-  std::vector<std::thread> threads;
-  std::vector<int> same(4, 0);
-  for (int t = 0; t < 4; ++t)
-    threads.emplace_back([&, t] {
-      DibInfo* out = nullptr;
-      if (!DibErodeDilate(out, src.get(), 2, nullptr)) return;
-      same[std::size_t(t)] = std::memcmp(out->BitsPtr(), want->BitsPtr(), want->biSizeImage) == 0;
-      DibFree(out);
-    });
-  for (auto& th : threads) th.join();
-  for (int s : same) EXPECT_EQ(s, 1);
 }

@@ -149,13 +149,3 @@ TEST(FlowControl, ReleasesWhatItMadeAndOnlyThat) {
   EXPECT_EQ(quilp::block::LiveCount(), live);
   EXPECT_EQ(callers->Width(), 6);
 }
-
-TEST(FlowControl, FilterExIsNotProvided) {
-  DibInfo* out = nullptr;
-  EXPECT_EQ(DibFilterEx(out, nullptr, 0, 0, 0, 0, 0, nullptr, nullptr, nullptr), -4);
-  DibPtr src = RandomDib(4, 4, 8, false, 8);
-  char const* n[] = {"oper"};
-  char const* v[] = {"1"};
-  EXPECT_EQ(DibFilterEx(out, src.get(), 258, 3, 3, 0, 1, n, v, nullptr), -4);
-  EXPECT_EQ(out, nullptr);
-}

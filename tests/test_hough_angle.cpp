@@ -206,6 +206,8 @@ TEST(HoughPeak, ParabolaThroughTheScoresAroundTheBestRow) {
   EXPECT_FALSE(DibFindHoughPeak(colour.get(), 5, 1, position, value));
   EXPECT_FALSE(DibFindHoughPeak(sharp.get(), 5, 2, position, value));
   EXPECT_FALSE(DibFindHoughPeak(sharp.get(), -1, 1, position, value));
+  DibPtr noColumns(DibCreate(0, 5, 0, 0, 8));
+  EXPECT_FALSE(DibFindHoughPeak(noColumns.get(), 5, 1, position, value));
   EXPECT_TRUE(position == -7 && value == -7);
 }
 

@@ -55,6 +55,8 @@ TEST(Record, UnsupportedDepthsAndBadSizesGiveNull) {
   DibInfo header;
   header.biClrUsed = 1u << 29;
   EXPECT_EQ(header.PaletteSize(), INT32_MAX);
+  header.biPlanes = header.biBitCount = 65535;  // found by fuzzing the canonical check
+  EXPECT_EQ(header.BitsPerPixel(), INT32_MAX);
   DibPtr model(DibCreate(4, 4, 0, 0, 24));
   EXPECT_EQ(DibCreate(model.get(), 16), nullptr);
   EXPECT_EQ(DibCreate(nullptr, 8), nullptr);

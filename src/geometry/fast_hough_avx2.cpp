@@ -14,7 +14,6 @@
 namespace quilp {
 namespace {
 
-inline __m256i Load(int32_t const* p) { return _mm256_loadu_si256(reinterpret_cast<__m256i const*>(p)); }
 inline void Store(int32_t* p, __m256i v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
 
 // The register of the shared butterflies.

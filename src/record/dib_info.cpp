@@ -7,7 +7,12 @@
 #include <cstdlib>
 #include <cstring>
 
-int DibInfo::BitsPerPixel() const { return int(biPlanes) * int(biBitCount); }
+int DibInfo::BitsPerPixel() const {
+  // Both fields are 16 bits: their product can pass INT32_MAX in a host's header, and then
+  // saturates (no depth that large is taken by any operation).
+  int64_t const bits = int64_t(biPlanes) * biBitCount;
+  return bits > INT32_MAX ? INT32_MAX : static_cast<int>(bits);
+}
 
 int DibInfo::NumColors() const {
   if (biClrUsed != 0) return static_cast<int>(biClrUsed);
