@@ -1448,14 +1448,15 @@ DibInfo* DibMatchColor(DibInfo* src, unsigned char const (*colour)[3], double to
 
 int DibSeparate(DibInfo* src, int inkCount, int maxLayers, DibInfo** masks,
                 unsigned char (*inks)[3], DibInfo** labels, tagRect32* rect) {
+  bool const validCount = maxLayers >= 1 && maxLayers <= kDibMaxInks;
   auto clear = [&] {
-    if (masks)
-      for (int i = 0; i < maxLayers && i < kDibMaxInks; ++i) masks[i] = nullptr;
+    if (masks && validCount)
+      for (int i = 0; i < maxLayers; ++i) masks[i] = nullptr;
     if (labels) *labels = nullptr;
   };
   clear();
   if (!src || src->BitsPerPixel() != 24 || inkCount < 0 || inkCount > kDibMaxInks ||
-      maxLayers < 1 || maxLayers > kDibMaxInks || maxLayers < inkCount)
+      !validCount || maxLayers < inkCount)
     return -1;
   Area area;
   if (!ClampRect(src, rect, area)) return -1;

@@ -1044,11 +1044,12 @@ QUILP_API DibInfo* DibMatchColor(DibInfo* src, unsigned char const (*colour)[3],
    of its nearest direction when its projection on it is at least half the layer's full
    darkness (the 90th percentile of its pixels' projections) and the angle is below 30
    degrees, so half-covered edge pixels count as ink. Outputs, each optional (null):
-     masks[0..k-1]  new 1-bit records of the area, black = that layer's ink, masks[k..] null;
+     masks          an array of maxLayers pointers: masks[0..k-1] receive new 1-bit records
+                    of the area, black = that layer's ink, and the rest null;
      inks[0..k-1]   each layer's full-ink colour (blue, green, red);
      labels         a new 8-bit record: 0 paper, i + 1 for layer i.
    Layers are ordered by decreasing vote. Returns k (0 for a page without ink: no masks);
-   -1, with every output pointer set null, for a null or non-24-bit source, inkCount outside
+   -1, with the mask pointers (when maxLayers is valid) and *labels set null, for a null or non-24-bit source, inkCount outside
    0..kDibMaxInks, maxLayers outside 1..kDibMaxInks or below inkCount, an empty rectangle
    (clamping rule) or no memory. */
 enum { kDibMaxInks = 8 };

@@ -15,12 +15,6 @@ using quilp::simd::Tier;
 
 namespace {
 
-std::vector<Tier> AllTiers() {
-  std::vector<Tier> tiers{Tier::kScalar};
-  for (Tier t : VectorTiers()) tiers.push_back(t);
-  return tiers;
-}
-
 // Byte c of pixel (x, y) with the coordinates clamped into the image.
 int At(DibInfo const* d, int x, int y, int c = 0) {
   x = std::clamp(x, 0, d->Width() - 1);
@@ -39,7 +33,7 @@ int BruteMedian(DibInfo const* d, int x, int y, int c, int size) {
 }  // namespace
 
 TEST(Smooth, MedianIsTheWindowMedianOnEveryTier) {
-  for (Tier tier : AllTiers())
+  for (Tier tier : ScalarAndVectorTiers())
     for (int depth : {8, 24, 32})
       for (int size : {3, 5, 7})
         for (int width : {1, 2, 15, 33, 77})
@@ -95,7 +89,7 @@ TEST(Smooth, BilateralFollowsItsWeightsAndKeepsEdges) {
 }
 
 TEST(GradientMap, MagnitudeIsTheLiteralFormulaOnEveryTier) {
-  for (Tier tier : AllTiers())
+  for (Tier tier : ScalarAndVectorTiers())
     for (int kernel : {0, 1})
       for (int width : kAwkwardWidths)
         for (bool topDown : {false, true}) {

@@ -28,7 +28,9 @@ struct Writer {
 
 int DibTextPicture(DibView const& area, int bits, int bitOffset, int columns, char* buffer,
                    int size) {
-  int const f = columns > 0 && area.width > columns ? (area.width + columns - 1) / columns : 1;
+  int const f = columns > 0 && area.width > columns
+                    ? static_cast<int>((int64_t(area.width) + columns - 1) / columns)
+                    : 1;
   Writer out{buffer, size};
   for (int by = 0; by < area.height; by += f) {
     int const rows = by + f <= area.height ? f : area.height - by;

@@ -30,4 +30,11 @@ inline std::vector<quilp::simd::Tier> VectorTiers() {
   return tiers;
 }
 
+// The scalar tier followed by the vector tiers available here.
+inline std::vector<quilp::simd::Tier> ScalarAndVectorTiers() {
+  std::vector<quilp::simd::Tier> tiers{quilp::simd::Tier::kScalar};
+  for (auto t : VectorTiers()) tiers.push_back(t);
+  return tiers;
+}
+
 }  // namespace testing_support
