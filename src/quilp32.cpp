@@ -636,6 +636,7 @@ bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFactor, int 
 // ---- Zoomed previews and upscaling ------------------------------------------------
 
 #include "scale/upscale.h"
+#include "scale/upscale_bits.h"
 #include "scale/zoom.h"
 #include "scale/zoom_axis.h"
 #include "scale/zoom_deskewed.h"
@@ -719,7 +720,8 @@ int DibUpscale(DibInfo*& dst, DibInfo const* src, double factor, tagRect32 const
   DibHolder made(dst ? nullptr : MakeZoomResult(src, g, depth));
   if (!dst && !made) return frame.Fail(kDibNoMemory);
   DibPlane const to = MakePlane(dst ? dst : made.get(), Area{0, 0, g.width, g.height});
-  if (frame.SetSuccess(DibUpscalePlane(to, from)) < 0) return frame.GetStatus();
+  bool const ok = depth == 1 ? DibUpscaleBitsPlane(to, from, int(factor)) : DibUpscalePlane(to, from);
+  if (frame.SetSuccess(ok) < 0) return frame.GetStatus();
   if (made) dst = made.release();
   return frame.GetStatus();
 }
