@@ -3,12 +3,12 @@
 
 Renders text pages at 150 dpi with textpage.py, thresholds them to 1 bit (the clean ink
 mask), and enlarges each twice: by replicating every pixel 2 x 2, and with `quilp upscale
---factor 2` (the edge-directed rule, which fills the steps of diagonal edges). Tesseract reads both at
-300 dpi. Prints the
-character error rate of each: the edit distance between the recognised and the true text,
-whitespace runs counted as one space, divided by the true text's length.
+--factor 2` (the edge-directed rule, which fills the steps of diagonal edges). Tesseract
+reads both at 300 dpi. Prints the character error rate of each: the edit distance between
+the recognised and the true text, whitespace runs counted as one space, divided by the true
+text's length.
 
-Usage: upscale_ocr.py QUILP_TOOL WORKDIR [--pages N] [--size PT]
+Usage: upscale_ocr.py QUILP_TOOL WORKDIR [--pages N] [--sizes PT,PT,...]
 Run with Debian's /usr/bin/python3; needs tesseract-ocr and tesseract-ocr-eng.
 """
 
