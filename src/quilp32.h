@@ -619,6 +619,104 @@ QUILP_API bool DibDownscale(DibInfo*& result, DibInfo* src, int hFactor, int vFa
 /* (end of skew estimation and downscaling) */
 
 
+/* ---- Rotation, deskewing, orientation and canonical form ---------------------------- */
+/*
+ * Angles are radians; a positive angle turns the content clockwise as seen (rows counted from
+ * the visual top), so a horizontal line comes to descend to the right: the sign the skew
+ * estimates report. A page of skew a is straightened by a turn of -a. Results keep the
+ * source's row order and resolutions (exchanged by odd quarter turns) and get the standard
+ * palette of their depth: 1-bit sources are read as set = white, 8-bit sources as grey.
+ * Rectangles follow the clamping rule. Depths 1, 8, 24 and 32 are accepted; others give null.
+ * Uncovered parts of a result show the paper: white for 1-bit images; for 8, 24 and 32 bits
+ * the area's measured paper level, per byte the median of every fourth pixel of every fourth
+ * row (on a document page, the paper).
+ */
+
+/* The rectangle turned clockwise by quarterTurns quarter turns (any integer, taken modulo 4;
+   negative turns go anticlockwise), pixel for pixel. Pixel (x, y) of a W x H area lands at
+   (H-1-y, x) after one turn. Null for a null source, another depth, an empty rectangle or no
+   memory. */
+QUILP_API DibInfo* DibRotateBy90(DibInfo* src, int quarterTurns, tagRect32* rect);
+
+/* The rectangle turned by `angle` about its centre. flags bit 0 clear: the result has the
+   area's size; set: it is just large enough for the whole turned area (ceil(W|cos| + H|sin|)
+   by ceil(W|sin| + H|cos|), less 1e-6 before rounding up). Bits 1-2 choose how 8-, 24- and
+   32-bit pixels are interpolated: 0 bilinear, 1 bicubic (Keys, a = -1/2), 2 nearest; every
+   byte of a pixel on its own. 1-bit images stay 1-bit: they are turned by three exact shears
+   (DibRotate3Skew), no pixel interpolated. An angle within 1e-9 of a multiple of a quarter
+   turn with bit 0 set is a lossless quarter turn. Null for a null source, another depth, an
+   angle that is not finite, flags above 7 or interpolation 3, an empty rectangle or no
+   memory. */
+QUILP_API DibInfo* DibRotateAccurate(DibInfo* src, double angle, int flags, tagRect32* rect);
+
+/* An exact shear of the rectangle: every pixel moved by whole pixels, none interpolated, at
+   every depth. vertical false: the row at visual y moves right by round(tangent * (y - (H-1)/2))
+   pixels (halves away from zero), so a positive tangent slants vertical strokes like '\';
+   vertical true: the column at x moves down by round(tangent * (x - (W-1)/2)), so a positive
+   tangent makes rows descend to the right. The result is just large enough: W plus the
+   spread of the shifts wide (or H plus it high). Null for a null source, another depth, an
+   empty rectangle, a tangent that is not finite or whose result would pass 65535 pixels, or
+   no memory. */
+QUILP_API DibInfo* DibSkew(DibInfo* src, double tangent, bool vertical, tagRect32* rect);
+
+/* The rectangle turned by `angle` with three exact shears (horizontal by -tan(a/2), vertical by
+   sin(a), horizontal by -tan(a/2)) after the nearest quarter turn: every pixel moved, none
+   interpolated, at every depth - the fast path for 1-bit pages. flags bit 0 as for
+   DibRotateAccurate; the other bits must be 0. Positions are exact to within half a pixel of
+   the true rotation at each shear. Null as for DibRotateAccurate. */
+QUILP_API DibInfo* DibRotate3Skew(DibInfo* src, double angle, int flags, tagRect32* rect);
+
+/* Measures the skew of the rectangle's content (8-bit as DibHoughGetAngle measures a whole
+   page; 1-, 24- and 32-bit through a grey copy: a set bit 255, colour (29 b + 150 g + 77 r +
+   128) >> 8) and returns the whole source turned by minus that skew, of the source's size,
+   depth and row order (8, 24, 32 bits: bilinear; 1 bit: three exact shears). *angle, when
+   not null, receives the measured skew (0 when nothing could be measured). A skew too small
+   to move any pixel by half a pixel, and a page with nothing to measure, give an unturned
+   copy. Null only for a null source, another depth, an empty rectangle or no memory. */
+QUILP_API DibInfo* DibDeskew(DibInfo* src, double* angle, tagRect32* rect);
+
+/* Perspective correction of a camera-captured page: the quadrilateral `corners` (eight
+   numbers: x, y of its top-left, top-right, bottom-right and bottom-left corners, in pixel
+   coordinates of the source, pixel centres at whole numbers, sub-pixel allowed) mapped onto
+   an upright width x height image whose corner pixels' centres take the four corners. A
+   width or height of 0 or less is measured from the quadrilateral: the longer of the two
+   opposite sides, rounded, plus 1. flags bits 1-2 choose the interpolation as for
+   DibRotateAccurate (1-bit: nearest pixel); other bits must be 0. Outside the source: paper.
+   Null for a null source or corners, another depth, corners that are not finite or do not
+   make a convex quadrilateral in that order (clockwise as seen), a size above 65535, bad
+   flags or no memory. */
+QUILP_API DibInfo* DibDistort(DibInfo* src, double const* corners, int width, int height,
+                              int flags);
+
+/* The clockwise quarter turns (0..3) after which the text of the rectangle reads upright
+   (DibRotateBy90(src, k, rect) reads normally), or -1 when it cannot be told: no text lines
+   (blank page, too little ink), a null source, another depth or an empty rectangle; -2 when
+   memory runs out. *confidence, when not null, receives 0..100 (0 with -1). Meant for Latin
+   script at 150-600 dpi (the vertical resolution is read; unknown: assumed from the size),
+   skewed up to 10 degrees: the page is looked at reduced to about 150 dpi, as it is and a
+   quarter turned; the frame whose skew-corrected row profiles show sharper text lines has
+   its lines horizontal, and upright lines carry more ink above their x-height band
+   (ascenders, capitals) than below it (descenders). */
+QUILP_API int DibDetectDominantOrientation(DibInfo* src, int* confidence, tagRect32* rect);
+
+/* Keyed-parameter canonical form: turns a record of DibIsCanonical grade 0 or 1 into a new
+   canonical record (stored in dst, which must be null on entry) with the row order
+   `direction` asks for (DibDirectionBottomUp, DibDirectionTopDown; any other value keeps the
+   source's). 1-bit: each palette entry is read as white when its (b + g + r) is at least
+   383, so an inverted palette becomes inverted bits (both entries alike: all set or all
+   clear); 8-bit: a palette of greys (b = g = r) becomes grey through the palette, a palette
+   with colour a 24-bit record through the palette (indices beyond the colour count read
+   black); 24-bit: copied; 32-bit records are graded 3 and refused. The colour count is the
+   standard one. Keys: `direction` overrides the argument; `upright` not 0 also turns the
+   result upright by DibDetectDominantOrientation (nothing turned when it returns -1).
+   Returns the quarter turns applied (0..3, 0 when not asked), -1 for a null source, grade 2
+   or 3, a non-null dst or bad lists, -3 when memory runs out. */
+QUILP_API int DibCanonize(DibInfo*& dst, DibInfo const* src, int direction, int count,
+                          char const* const* names, char const* const* values);
+
+/* (end of rotation, deskewing, orientation and canonical form) */
+
+
 /* ---- Zoomed previews and upscaling ---------------------------------------------- */
 /*
  * Previews shrink or enlarge a rectangle of a page (clamping rule; null: the whole image) by

@@ -235,6 +235,62 @@ void FillBits(DibView const& dst, DibView const& src, Coords const& coords) {
   }
 }
 
+// Affine bilinear rows: the pixels whose four taps lie inside the source form one run per
+// row (the map is linear); that run steps its position by additions and reads the taps
+// directly, the pixels before and after it go through the checked sampler. Same values.
+// Rows go top to bottom in both row orders: on bottom-up records that measured faster than
+// storage order (and no slower than top-down records).
+template <int kBpp>
+void AffineBilinearRows(DibView const& dst, Source const& s, AffineCoords const& c) {
+  int64_t const xLimit = int64_t(s.view.width - 1) << 32, yLimit = int64_t(s.view.height - 1) << 32;
+  auto inside = [&](int64_t X, int64_t Y) { return X >= 0 && X < xLimit && Y >= 0 && Y < yLimit; };
+  constexpr int kOne = 1 << kWeightBits, kHalf = 1 << (2 * kWeightBits - 1);
+  for (int v = 0; v < dst.height; ++v) {
+    uint8_t* out = dst.Row(v);
+    int64_t const rowX = c.x0 + c.dxv * v, rowY = c.y0 + c.dyv * v;
+    // The run, estimated in floating point, then trimmed to where the taps are inside.
+    double lo = 0.0, hi = dst.width;
+    auto bound = [&](double start, double step, double limit) {
+      if (step == 0.0) {
+        if (start < 0.0 || start >= limit) hi = lo;
+        return;
+      }
+      double const a = -start / step, b = (limit - start) / step;
+      lo = std::max(lo, std::floor(std::min(a, b)));
+      hi = std::min(hi, std::ceil(std::max(a, b)));
+    };
+    bound(double(rowX), double(c.dxu), double(xLimit));
+    bound(double(rowY), double(c.dyu), double(yLimit));
+    int ua = int(std::clamp(lo, 0.0, double(dst.width))), ub = int(std::clamp(hi, 0.0, double(dst.width)));
+    while (ua < ub && !inside(rowX + c.dxu * ua, rowY + c.dyu * ua)) ++ua;
+    while (ub > ua && !inside(rowX + c.dxu * (ub - 1), rowY + c.dyu * (ub - 1))) --ub;
+    for (int u = 0; u < ua; ++u)
+      Bilinear<kBpp>(s, rowX + c.dxu * u, rowY + c.dyu * u, out + std::ptrdiff_t(u) * kBpp);
+    int64_t X = rowX + c.dxu * ua, Y = rowY + c.dyu * ua;
+    uint8_t* o = out + std::ptrdiff_t(ua) * kBpp;
+    int cachedRow = -1;
+    uint8_t const* rowStart = nullptr;
+    for (int u = ua; u < ub; ++u, X += c.dxu, Y += c.dyu, o += kBpp) {
+      int const fx = int((X >> 24) & 255), fy = int((Y >> 24) & 255);
+      int const gx = kOne - fx, gy = kOne - fy;
+      int const iy = int(Y >> 32);
+      if (iy != cachedRow) {  // the source row changes every 1 / sin(angle) pixels
+        cachedRow = iy;
+        rowStart = s.view.Row(iy);
+      }
+      uint8_t const* p0 = rowStart + std::ptrdiff_t(X >> 32) * kBpp;
+      uint8_t const* p1 = p0 + s.view.step;
+      for (int ch = 0; ch < kBpp; ++ch) {
+        int const top = p0[ch] * gx + p0[ch + kBpp] * fx;
+        int const bottom = p1[ch] * gx + p1[ch + kBpp] * fx;
+        o[ch] = uint8_t((top * gy + bottom * fy + kHalf) >> (2 * kWeightBits));
+      }
+    }
+    for (int u = ub; u < dst.width; ++u)
+      Bilinear<kBpp>(s, rowX + c.dxu * u, rowY + c.dyu * u, out + std::ptrdiff_t(u) * kBpp);
+  }
+}
+
 }  // namespace
 
 AffineMap RotationMap(double angle, double sx, double sy, double dx, double dy) {
@@ -254,6 +310,16 @@ AffineMap RotationMap(double angle, double sx, double sy, double dx, double dy) 
 bool ResampleAffine(DibView const& dst, DibView const& src, int bytesPerPixel,
                     AffineMap const& map, Interpolation interp, uint8_t const paper[4]) {
   if (!AffineFits(dst, map)) return false;
+  if (interp == Interpolation::kBilinear && src.width >= 2 && src.height >= 2) {
+    Source const s{src, bytesPerPixel, paper};
+    AffineCoords const coords(map);
+    switch (bytesPerPixel) {
+      case 1: AffineBilinearRows<1>(dst, s, coords); return true;
+      case 3: AffineBilinearRows<3>(dst, s, coords); return true;
+      case 4: AffineBilinearRows<4>(dst, s, coords); return true;
+      default: return false;
+    }
+  }
   return FillDepth(dst, src, bytesPerPixel, AffineCoords(map), interp, paper);
 }
 

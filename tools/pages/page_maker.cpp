@@ -27,10 +27,12 @@ struct Mask {
   }
 };
 
-// One letter-like glyph: a stem or two, sometimes an ascender or descender, a bar.
-void DrawGlyph(Mask& m, Lcg& rng, int x, int base, int xh, int gw, int stroke) {
+// One letter-like glyph: a stem or two, sometimes an ascender or descender, a bar. Latin
+// shapes turn two descenders in three into ascenders.
+void DrawGlyph(Mask& m, Lcg& rng, int x, int base, int xh, int gw, int stroke, bool latinShapes) {
   int const top = base - xh;
-  int const kind = rng.Range(0, 5);
+  int kind = rng.Range(0, 5);
+  if (latinShapes && kind == 5 && rng.Range(0, 2) != 0) kind = 4;
   m.Fill(x, top, x + stroke - 1, base);                                     // left stem
   if (kind != 1) m.Fill(x + gw - stroke, top, x + gw - 1, base);            // right stem
   if (kind == 0 || kind == 3) m.Fill(x, top, x + gw - 1, top + stroke - 1); // top bar
@@ -71,7 +73,7 @@ void LayoutText(Mask& m, PageSpec const& layout, Lcg& rng, std::vector<Band> con
         for (int l = 0; l < letters && x < end; ++l) {
           int const gw = std::max(3, int(xh * (0.5 + 0.4 * rng.Unit())));
           if (x + gw >= end) break;
-          DrawGlyph(m, rng, x, base, xh, gw, stroke);
+          DrawGlyph(m, rng, x, base, xh, gw, stroke, layout.latinShapes);
           x += gw + std::max(1, xh / 5);
         }
         x += xh;  // word space
@@ -82,10 +84,11 @@ void LayoutText(Mask& m, PageSpec const& layout, Lcg& rng, std::vector<Band> con
 }
 
 // One word of `letters` glyphs from x; returns the x after it.
-int DrawWord(Mask& m, Lcg& rng, int x, int base, int xh, int stroke, int letters) {
+int DrawWord(Mask& m, Lcg& rng, int x, int base, int xh, int stroke, int letters,
+             bool latinShapes) {
   for (int l = 0; l < letters; ++l) {
     int const gw = std::max(3, int(xh * (0.5 + 0.4 * rng.Unit())));
-    DrawGlyph(m, rng, x, base, xh, gw, stroke);
+    DrawGlyph(m, rng, x, base, xh, gw, stroke, latinShapes);
     x += gw + std::max(1, xh / 5);
   }
   return x;
@@ -102,7 +105,7 @@ void LayoutSparse(Mask& m, PageSpec const& layout, Lcg& rng, std::vector<Band> c
     if (!clear || rng.Range(0, 3) != 0) continue;
     int x = margin + rng.Range(0, std::max(1, (m.w - 2 * margin) / 2));
     for (int words = rng.Range(1, 3); words > 0 && x < m.w - margin - 10 * xh; --words)
-      x = DrawWord(m, rng, x, base, xh, stroke, rng.Range(2, 7)) + xh;
+      x = DrawWord(m, rng, x, base, xh, stroke, rng.Range(2, 7), layout.latinShapes) + xh;
   }
 }
 
@@ -119,7 +122,7 @@ void LayoutTable(Mask& m, PageSpec const& layout, Lcg& rng, int top, int bottom)
   for (int r = 0; r < rows; ++r)
     for (int c = 0; c < cols; ++c)
       DrawWord(m, rng, left + c * colW + xh, top + r * rowH + (rowH + xh) / 2, xh, stroke,
-               rng.Range(2, std::max(2, std::min(8, colW / (xh * 2)))));
+               rng.Range(2, std::max(2, std::min(8, colW / (xh * 2)))), layout.latinShapes);
 }
 
 }  // namespace

@@ -30,6 +30,7 @@ struct PageSpec {
   bool sparse = false;         // a letter-like page: a few short words on most lines' places
   double fade = 0.0;           // 0..1: how far the ink is lightened toward the paper
   double speckle = 0.0;        // share of pixels turned into dark specks (a dirty scan)
+  bool latinShapes = false;    // ascenders five times as common as descenders, as in Latin text
 };
 
 // A new record holding the page (release with DibFree), or null on allocation failure.

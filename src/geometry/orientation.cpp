@@ -1,0 +1,168 @@
+// orientation.cpp - text orientation from line profiles: which axis the lines run along, and
+// which side their ascenders stand on.
+//
+// 1. The area becomes grey at about 150 dpi (block means) and is looked at twice: as it is
+//    and turned a quarter clockwise.
+// 2. In each frame the lines' skew is measured (Hough transform image) and the ink (darker
+//    than the Otsu threshold) is projected along the skewed lines, separately in vertical
+//    strips about two inches wide, so that columns with unaligned baselines keep sharp
+//    profiles.
+// 3. Line contrast of a frame: the variance of the text block's profile bins over their
+//    squared mean. Text lines across the frame give profiles of tall peaks and empty gaps;
+//    lines along it give flatter ones, even in monospaced type whose letters stack in
+//    columns. The frame with more contrast has its lines horizontal.
+// 4. Up or down: in each line (a run of bins above a noise floor) the core rows, at least
+//    half as dense as the line's densest row, are the x-height band. Latin text has far more
+//    ink above that band (ascenders, capitals, digits, accents) than below it (descenders),
+//    so upright lines put more ink above. Upside-down lines mirror that.
+// Cost: one read of the area, two Hough transforms and two passes over the small image.
+#include "geometry/orientation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <vector>
+
+#include "binarize/otsu.h"
+#include "geometry/grey_skew.h"
+#include "geometry/quarter_turn.h"
+
+namespace quilp {
+namespace {
+
+constexpr int kWorkDpi = 150;           // resolution of the small image
+constexpr int kStripInches = 2;         // width of a profile strip
+constexpr double kCoreShare = 0.5;      // core rows: at least this share of the line's peak
+constexpr double kLineShare = 0.08;     // line rows: above this share of the strip's peak
+constexpr int kMinInk = 200;            // fewer ink pixels: no text to judge
+constexpr int kMinLines = 2;            // fewer lines: no text to judge
+// Full confidence from this ink asymmetry (above less below, over their sum) and this axis
+// margin (the line frame's contrast less the other's, over the first).
+constexpr double kSureAsymmetry = 0.3;
+constexpr double kSureAxis = 0.5;
+
+struct FrameScore {
+  double contrast = 0.0, weight = 0.0;  // summed over strips, each weighed by its peak
+  double above = 0.0, below = 0.0;
+  int lines = 0;
+  long ink = 0;
+};
+
+// Otsu threshold of the small image; four histograms, so that runs of one level (the paper)
+// do not wait on one counter.
+int OtsuOf(GreyImage const& g) {
+  int part[4][256] = {};
+  std::size_t const n = g.pixels.size();
+  std::size_t i = 0;
+  for (; i + 3 < n; i += 4)
+    for (int k = 0; k < 4; ++k) ++part[k][g.pixels[i + std::size_t(k)]];
+  for (; i < n; ++i) ++part[0][g.pixels[i]];
+  int hist[256];
+  for (int v = 0; v < 256; ++v) hist[v] = part[0][v] + part[1][v] + part[2][v] + part[3][v];
+  int const t = DibOtsuThreshold(hist, 256, 0, 255, nullptr);
+  return t < 0 ? 0 : t;
+}
+
+// Lines of one strip's profile: ink above and below the cores, summed into s.
+void ScoreProfile(std::vector<double> const& p, FrameScore& s) {
+  std::vector<double> sorted(p);
+  std::sort(sorted.begin(), sorted.end());
+  double const floor = sorted[sorted.size() / 4];
+  double const peak = sorted.back() - floor;
+  if (peak < 3.0) return;
+  // Contrast of the text block's bins (first line row to last): variance over squared mean.
+  double const lineLevel = kLineShare * peak;
+  std::size_t first = 0, last = p.size();
+  while (first < last && p[first] - floor <= lineLevel) ++first;
+  while (last > first && p[last - 1] - floor <= lineLevel) --last;
+  double sum = 0.0, squares = 0.0;
+  for (std::size_t k = first; k < last; ++k) {
+    double const v = std::max(0.0, p[k] - floor);
+    sum += v;
+    squares += v * v;
+  }
+  if (sum > 0.0) {
+    s.contrast += (squares * double(last - first) / (sum * sum) - 1.0) * peak;
+    s.weight += peak;
+  }
+  std::size_t i = 0;
+  while (i < p.size()) {
+    if (p[i] - floor <= lineLevel) { ++i; continue; }
+    std::size_t e = i;
+    double top = 0.0;
+    while (e < p.size() && p[e] - floor > lineLevel) top = std::max(top, p[e++] - floor);
+    if (e - i >= 3) {
+      std::size_t c0 = i, c1 = e - 1;
+      while (p[c0] - floor < kCoreShare * top) ++c0;
+      while (p[c1] - floor < kCoreShare * top) --c1;
+      for (std::size_t k = i; k < c0; ++k) s.above += p[k] - floor;
+      for (std::size_t k = c1 + 1; k < e; ++k) s.below += p[k] - floor;
+      ++s.lines;
+    }
+    i = e;
+  }
+}
+
+FrameScore ScoreFrame(GreyImage const& g, int threshold, int dpiOfSmall) {
+  FrameScore s;
+  double angle = 0.0;
+  if (!HoughSkewOf(g, angle)) angle = 0.0;
+  double const slope = std::tan(angle);
+  int const stripWidth = std::max(32, kStripInches * dpiOfSmall);
+  int const strips = std::max(1, (g.width + stripWidth / 2) / stripWidth);
+  int const pad = int(std::ceil(std::fabs(slope) * (g.width / strips + 1))) + 1;
+  std::vector<std::vector<double>> profiles(std::size_t(strips),
+                                            std::vector<double>(std::size_t(g.height + 2 * pad)));
+  for (int y = 0; y < g.height; ++y) {
+    uint8_t const* row = g.Row(y);
+    for (int x = 0; x < g.width; ++x) {
+      if (row[x] >= threshold) continue;
+      int const strip = std::min(strips - 1, int(int64_t(x) * strips / g.width));
+      double const centre = (strip + 0.5) * g.width / strips;
+      // The row this pixel's line crosses the strip's centre at.
+      int const bin = int(std::floor(y - slope * (x - centre) + 0.5)) + pad;
+      if (bin >= 0 && bin < g.height + 2 * pad) profiles[std::size_t(strip)][std::size_t(bin)] += 1.0;
+      ++s.ink;
+    }
+  }
+  for (auto const& p : profiles) ScoreProfile(p, s);
+  return s;
+}
+
+}  // namespace
+
+int DominantOrientation(DibView const& src, int bitsPerPixel, int dpi, int& confidence) {
+  confidence = 0;
+  int const longest = std::max(src.width, src.height);
+  int const factor = dpi > 0 ? std::max(1, int(std::lround(double(dpi) / kWorkDpi)))
+                             : std::max(1, int(std::lround(longest / 1750.0)));
+  int const smallDpi = dpi > 0 ? std::max(1, dpi / factor) : kWorkDpi;
+  try {
+    GreyImage upright;
+    if (!ReducedGrey(src, bitsPerPixel, factor, upright)) return -2;
+    GreyImage turned;
+    turned.width = upright.height;
+    turned.height = upright.width;
+    turned.pixels.resize(upright.pixels.size());
+    QuarterTurn(turned.View(), upright.View(), 8, 1);
+    int const threshold = OtsuOf(upright);  // the same pixels in both frames
+    FrameScore const a = ScoreFrame(upright, threshold, smallDpi);
+    FrameScore const b = ScoreFrame(turned, threshold, smallDpi);
+    double const ca = a.weight > 0.0 ? a.contrast / a.weight : 0.0;
+    double const cb = b.weight > 0.0 ? b.contrast / b.weight : 0.0;
+    bool const sideways = cb > ca;
+    FrameScore const& s = sideways ? b : a;
+    if (s.ink < kMinInk || s.lines < kMinLines || s.above + s.below <= 0.0) return -1;
+    bool const up = s.above >= s.below;
+    double const asymmetry = std::fabs(s.above - s.below) / (s.above + s.below);
+    double const lo = std::min(ca, cb), hi = std::max(ca, cb);
+    double const axis = hi > 0.0 ? (hi - lo) / hi : 0.0;
+    double const c = std::min(1.0, asymmetry / kSureAsymmetry) * std::min(1.0, axis / kSureAxis);
+    confidence = int(std::lround(100.0 * c));
+    return sideways ? (up ? 1 : 3) : (up ? 0 : 2);
+  } catch (std::bad_alloc const&) {
+    return -2;
+  }
+}
+
+}  // namespace quilp
