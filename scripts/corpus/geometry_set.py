@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Pages for the geometry checks: real text turned to each orientation, skewed and noisy.
 
-orientation OUTDIR [--count N] [--seed S] [--small]
+orientation OUTDIR [--count N] [--seed S] [--small] [--dense]
     writes N pages, page i turned i mod 4 clockwise quarters, with a manifest
     OUTDIR/orientation.tsv: file, quarters that make it upright, dpi, font, size, skew,
     noise. Fonts serif/sans/mono, 8-14 pt, 200 and 300 dpi, one or two columns, skew up to
@@ -34,7 +34,7 @@ def noisy(grey, rng, amount):
     return np.clip(out, 0, 255).astype(np.uint8)
 
 
-def orientation(outdir, count, seed, small=False):
+def orientation(outdir, count, seed, small=False, dense=False):
     rng = random.Random(seed)
     rows = []
     for i in range(count):
@@ -45,7 +45,7 @@ def orientation(outdir, count, seed, small=False):
         # Pages cropped to keep the run short: a half page is still a full-width text block.
         page = textpage.render_page(rng.randrange(1 << 30), dpi=dpi, height_in=4.0 if small else rng.choice([5.5, 11.69]),
                                     font=font, size_pt=size, columns=columns)
-        sparse = rng.random() < 0.25
+        sparse = rng.random() < 0.25 and not dense
         if sparse:  # a letter-like page: one line in four kept
             for k, line in enumerate(page.lines):
                 if k % 4:
@@ -94,10 +94,11 @@ def main():
     ap.add_argument("--count", type=int, default=40)
     ap.add_argument("--seed", type=int, default=1)
     ap.add_argument("--small", action="store_true", help="200-dpi pages 4 inches high (quick)")
+    ap.add_argument("--dense", action="store_true", help="no sparse pages")
     a = ap.parse_args()
     os.makedirs(a.outdir, exist_ok=True)
     if a.kind == "orientation":
-        orientation(a.outdir, a.count, a.seed, a.small)
+        orientation(a.outdir, a.count, a.seed, a.small, a.dense)
     else:
         deskew(a.outdir, a.count, a.seed)
 
