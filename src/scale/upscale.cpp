@@ -5,8 +5,7 @@
 // result rows), and each result row is the vertical cubic of four of them, (sum + 2^21) >>
 // 22 clamped to 0..255. With |weights| summing to at most 1.25 the sums stay below 2^31.
 // Cost per result pixel: four multiply-adds vertically, and 4 / (vertical factor) of them
-// horizontally; the row loops are vectorized per tier (upscale_rows.h). 1-bit rows are spread to 0 / 255 bytes first and the levels thresholded at
-// 128, so edges come out smooth instead of in steps of the factor.
+// horizontally; the row loops are vectorized per tier (upscale_rows.h).
 #include "scale/upscale.h"
 
 #include <algorithm>
@@ -22,7 +21,6 @@ namespace quilp {
 namespace {
 
 constexpr double kCubicA = -0.5;  // the interpolating cubic's free parameter
-constexpr int kThreshold1 = 128;  // 1-bit results: set from this level up
 
 // The four taps of every result index along one axis: clamped source indices and weights.
 struct CubicAxis {
@@ -42,17 +40,6 @@ CubicAxis MakeCubicAxis(int s, int d) {
     CubicWeights(centre - base, &axis.weight[std::size_t(4 * X)]);
   }
   return axis;
-}
-
-// A source row as bytes: the row itself, or a 1-bit row spread to 0 / 255.
-uint8_t const* SourceBytes(DibPlane const& src, int y, std::vector<uint8_t>& spread) {
-  uint8_t const* row = src.Row(y);
-  if (src.format != kDibFormat1) return row;
-  for (int x = 0; x < src.width; ++x) {
-    int const b = src.bitOffset + x;
-    spread[std::size_t(x)] = uint8_t(((row[b >> 3] >> (7 - (b & 7))) & 1) * 255);
-  }
-  return spread.data();
 }
 
 // Result pixels X0 .. X1 - 1 of one row, through the per-pixel taps.
@@ -125,8 +112,7 @@ void CubicWeights(double t, int32_t weights[4]) {
 }
 
 bool DibUpscalePlane(DibPlane const& dst, DibPlane const& src) {
-  bool const bits = src.format == kDibFormat1;
-  int const ch = bits ? 1 : BytesPerPixel(src.format);
+  int const ch = BytesPerPixel(src.format);
   UpscaleRows const& loops = simd::Pick(UpscaleRowsScalar(), QUILP_VECTOR_TABLE(UpscaleRowsSse41()),
                                         QUILP_VECTOR_TABLE(UpscaleRowsAvx2()));
   try {
@@ -135,8 +121,6 @@ bool DibUpscalePlane(DibPlane const& dst, DibPlane const& src) {
     std::size_t const n = std::size_t(dst.width) * std::size_t(ch);
     std::vector<int32_t> ring(4 * n);
     int ringRow[4] = {-1, -1, -1, -1};
-    std::vector<uint8_t> spread(bits ? std::size_t(src.width) : 0);
-    std::vector<uint8_t> levels(bits ? n : 0);
     bool const upward = dst.stride < 0;
     for (int k = 0; k < dst.height; ++k) {
       int const Y = upward ? dst.height - 1 - k : k;
@@ -149,23 +133,13 @@ bool DibUpscalePlane(DibPlane const& dst, DibPlane const& src) {
         if (slot < 0) {  // a slot no tap of this row uses
           for (int s = 0; s < 4 && slot < 0; ++s)
             if (std::find(taps, taps + 4, ringRow[s]) == taps + 4) slot = s;
-          FilterSourceRow(&ring[std::size_t(slot) * n], SourceBytes(src, taps[t], spread), ax,
+          FilterSourceRow(&ring[std::size_t(slot) * n], src.Row(taps[t]), ax,
                           src.width, dst.width, std::size_t(ch), loops);
           ringRow[slot] = taps[t];
         }
         rows[t] = &ring[std::size_t(slot) * n];
       }
-      uint8_t* out = bits ? levels.data() : dst.Row(Y);
-      loops.vertical(out, rows, &ay.weight[4 * std::size_t(Y)], n);
-      if (bits) {
-        uint8_t* row = dst.Row(Y);
-        for (int X = 0; X < dst.width; ++X) {
-          int const b = dst.bitOffset + X;
-          uint8_t const mask = uint8_t(0x80u >> (b & 7));
-          row[b >> 3] = uint8_t(levels[std::size_t(X)] >= kThreshold1 ? row[b >> 3] | mask
-                                                                        : row[b >> 3] & ~mask);
-        }
-      }
+      loops.vertical(dst.Row(Y), rows, &ay.weight[4 * std::size_t(Y)], n);
     }
   } catch (std::exception const&) {  // bad_alloc, or length_error for huge sizes
     return false;

@@ -1,5 +1,4 @@
-// upscale.h - enlargement with a sharp kernel: bicubic for grey and colour, bicubic and a
-// threshold for 1-bit pages.
+// upscale.h - enlargement of grey and colour areas with a sharp kernel (bicubic).
 #pragma once
 
 #include <cstddef>
@@ -14,11 +13,10 @@ namespace quilp {
 // i; they sum to exactly 2048.
 void CubicWeights(double t, int32_t weights[4]);
 
-// Writes the enlargement of src into dst (same format: 1, 8, 24 or 32 bits, byte formats per
-// byte), whose size decides the scale per axis. Result pixel X is centred on source
+// Writes the enlargement of src into dst (same format: 8, 24 or 32 bits, each byte on its
+// own), whose size decides the scale per axis. Result pixel X is centred on source
 // (X + 0.5) s / d - 0.5; its value is the separable cubic convolution of the 4 x 4 source
-// pixels around that point (edges repeated), rounded and clamped to 0..255. A 1-bit source
-// is interpolated as grey (set bit 255) and the result set where the level is 128 or more.
+// pixels around that point (edges repeated), rounded and clamped to 0..255.
 // Rows are written in dst's storage order. False when memory runs out.
 bool DibUpscalePlane(DibPlane const& dst, DibPlane const& src);
 

@@ -1,10 +1,9 @@
 // upscale_rows.h - the row loops of the cubic enlargement, written once and compiled by the
 // scalar file and by each vector file under its own flags (the compiler vectorizes them), so
-// every tier computes the same integers. Everything here has internal linkage (see
-// simd/dispatch.h).
+// every tier computes the same integers. Everything here has internal linkage and calls no
+// library template, whose one kept copy might be another tier's (see simd/dispatch.h).
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -24,7 +23,7 @@ void VerticalCubicRow(uint8_t* out, int32_t const* const rows[4], int32_t const 
   for (std::size_t i = 0; i < n; ++i) {
     int32_t const v = (w0 * r0[i] + w1 * r1[i] + w2 * r2[i] + w3 * r3[i] + kCubicRound) >>
                       (2 * kCubicBits);
-    out[i] = uint8_t(std::clamp(v, 0, 255));
+    out[i] = uint8_t(v < 0 ? 0 : v > 255 ? 255 : v);  // no library template: see above
   }
 }
 

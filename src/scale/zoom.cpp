@@ -124,6 +124,13 @@ void ZoomSeparable(DibView const& dst, DibView const& src, Layout const& l, Zoom
   }
 }
 
+// The same area seen with its rows in the opposite order.
+DibView UpsideDown(DibView v) {
+  v.top = v.Row(v.height - 1);
+  v.step = -v.step;
+  return v;
+}
+
 }  // namespace
 
 bool DibZoomView(DibView const& dst, DibView const& src, int bitCount, ZoomResult result) {
@@ -137,7 +144,10 @@ bool DibZoomView(DibView const& dst, DibView const& src, int bitCount, ZoomResul
                                                                : InkLevel(1.0 / std::max(kx, ky))))
         return true;
       if ((bitCount == 8 || (bitCount == 24 && result == ZoomResult::kSameDepth))) {
-        DibDownscaleArea(dst, src, bitCount, kx, ky);
+        // Whole blocks: read upside down, a bottom-up area is visited in storage order and
+        // the blocks are the same.
+        bool const flip = src.step < 0;
+        DibDownscaleArea(flip ? UpsideDown(dst) : dst, flip ? UpsideDown(src) : src, bitCount, kx, ky);
         return true;
       }
     }

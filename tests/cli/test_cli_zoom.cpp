@@ -1,4 +1,4 @@
-// The quilp tool's zoom and upscale commands: sizes and depths on disk, one clear line on bad
+// The quilp tool's zoom and upscale commands and the deskew preview: sizes and depths on disk, one clear line on bad
 // input.
 #include <gtest/gtest.h>
 
@@ -19,6 +19,7 @@ TEST(CliZoom, PreviewsAndEnlargementsHaveTheirSizeAndDepth) {
       {"zoom zoom-bits.bmp zoom-out.bmp --factor 0.5 --grey", "51 x 30 pixels", "8 bits"},
       {"zoom zoom-bits.bmp zoom-out.bmp --factor 1.5 --rect 0,0,9,9", "15 x 15 pixels", "1 bits"},
       {"upscale zoom-bits.bmp zoom-out.bmp --factor 3", "303 x 180 pixels", "1 bits"},
+      {"deskew zoom-bits.bmp zoom-straight.bmp --preview zoom-out.bmp", "25 x 15 pixels", "8 bits"},
   };
   for (Case const& c : cases) {
     Outcome run = Quilp(c.args);

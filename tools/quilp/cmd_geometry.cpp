@@ -60,6 +60,11 @@ int RunDeskew(Args const& args) {
   if (!straight) throw CliError("memory ran out");
   WriteBmp(out, straight.get());
   std::printf("corrected %.4f degrees (%.6f rad)\n", angle * 180.0 / kPi, angle);
+  if (args.Has("preview")) {  // a quarter-size grey preview, turned and zoomed in one pass
+    Dib preview(DibMakeZoomDeskewed(image.get(), 0.25, angle, nullptr));
+    if (!preview) throw CliError("no preview: the skew is beyond 45 degrees, or memory ran out");
+    WriteBmp(args.Get("preview"), preview.get());
+  }
   return 0;
 }
 
@@ -150,8 +155,9 @@ Registrar const rotate{Command{
 Registrar const turn{Command{"turn", "turn IN.bmp OUT.bmp --quarters K",
                              "lossless turn by K clockwise quarter turns (negative: anticlockwise)",
                              {"quarters"}, {}, RunTurn}};
-Registrar const deskew{Command{"deskew", "deskew IN.bmp OUT.bmp",
-                               "straighten the page; prints the angle corrected", {}, {}, RunDeskew}};
+Registrar const deskew{Command{"deskew", "deskew IN.bmp OUT.bmp [--preview PREVIEW.bmp]",
+                               "straighten the page; prints the angle corrected; --preview also writes it at a quarter size in grey",
+                               {"preview"}, {}, RunDeskew}};
 Registrar const orient{Command{"orient", "orient IN.bmp [--fix OUT.bmp] [--rect l,t,r,b]",
                                "quarter turns that make the text upright and the confidence",
                                {"fix", "rect"}, {}, RunOrient}};

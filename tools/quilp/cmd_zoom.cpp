@@ -12,44 +12,53 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kDemoPreviewFactor = 0.25;
 
-double Factor(Args const& args) {
+// What both commands read: the image, the output name, the factor and the rectangle.
+struct Scaling {
+  Dib image;
+  std::string out;
+  double factor = 0.0;
+  tagRect32 rect = {0, 0, 0, 0};
+  bool hasRect = false;
+  int depth = 0;
+  tagRect32* Rect() { return hasRect ? &rect : nullptr; }
+};
+
+Scaling ReadScaling(Args const& args) {
+  Scaling job;
+  job.image = ReadBmp(args.Positional(0, "input file"));
+  job.out = args.Positional(1, "output file");
   if (!args.Has("factor")) throw CliError("--factor F is required");
-  double const f = args.GetDouble("factor", 0.0);
-  if (!(f > 0.0) || !std::isfinite(f)) throw CliError("--factor must be a positive number");
-  return f;
+  job.factor = args.GetDouble("factor", 0.0);
+  if (!(job.factor > 0.0) || !std::isfinite(job.factor)) throw CliError("--factor must be a positive number");
+  job.hasRect = args.GetRect("rect", job.rect);
+  job.depth = job.image->BitsPerPixel();
+  return job;
 }
 
 int RunZoom(Args const& args) {
-  Dib image = ReadBmp(args.Positional(0, "input file"));
-  std::string const out = args.Positional(1, "output file");
-  double const factor = Factor(args);
-  tagRect32 rect;
-  tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
-  int const depth = image->BitsPerPixel();
-  if (depth != 1 && depth != 8 && depth != 24 && depth != 32)
-    throw CliError("zoom needs a 1-, 8-, 24- or 32-bit image, not " + std::to_string(depth) + " bits");
-  Dib preview(args.Has("grey") ? DibMakeZoom8(image.get(), factor, r) : DibMakeZoom(image.get(), factor, r));
+  Scaling job = ReadScaling(args);
+  if (job.depth != 1 && job.depth != 8 && job.depth != 24 && job.depth != 32)
+    throw CliError("zoom needs a 1-, 8-, 24- or 32-bit image, not " + std::to_string(job.depth) + " bits");
+  DibInfo* image = job.image.get();
+  Dib preview(args.Has("grey") ? DibMakeZoom8(image, job.factor, job.Rect()) : DibMakeZoom(image, job.factor, job.Rect()));
   if (!preview) throw CliError("no preview: the rectangle holds nothing of the image, the result is too large, or memory ran out");
-  WriteBmp(out, preview.get());
+  WriteBmp(job.out, preview.get());
   return 0;
 }
 
 int RunUpscale(Args const& args) {
-  Dib image = ReadBmp(args.Positional(0, "input file"));
-  std::string const out = args.Positional(1, "output file");
-  double const factor = Factor(args);
-  tagRect32 rect;
-  tagRect32* r = args.GetRect("rect", rect) ? &rect : nullptr;
-  int const depth = image->BitsPerPixel();
+  Scaling job = ReadScaling(args);
+  double const factor = job.factor;
+  int const depth = job.depth;
   if (depth == 1 && factor != 2.0 && factor != 3.0 && factor != 4.0)
     throw CliError("1-bit images are enlarged by 2, 3 or 4 only");
   if (factor < 1.0) throw CliError("--factor must be 1 or more (use zoom to shrink)");
   DibInfo* result = nullptr;
-  int const code = DibUpscale(result, image.get(), factor, r);
+  int const code = DibUpscale(result, job.image.get(), factor, job.Rect());
   if (code == -1) throw CliError("cannot enlarge: a " + std::to_string(depth) + "-bit image, or a rectangle outside it, or a result too large");
   if (code < 0) throw CliError("out of memory enlarging the image");
   Dib big(result);
-  WriteBmp(out, big.get());
+  WriteBmp(job.out, big.get());
   return 0;
 }
 
