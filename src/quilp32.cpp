@@ -49,8 +49,8 @@ DibInfo* GreyConversion(DibInfo* src, unsigned char const (*colour)[3], tagRect3
   bool const ok = rule == RectRule::kClamp ? ClampRect(src, rect, area)
                                            : ExactFitRect(src, rect, area);
   if (!ok) return nullptr;
-  DibHolder result(DibCreateForOverwrite(area.width, area.height, src->XPelsPerMeter(),
-                                         src->YPelsPerMeter(), 8));
+  DibHolder result(DibCreateForOverwrite(area.width, HeightInOrderOf(src, area.height),
+                                         src->XPelsPerMeter(), src->YPelsPerMeter(), 8));
   if (!result) return nullptr;
   unsigned char reference[3];
   if (colour) for (int i = 0; i < 3; ++i) reference[i] = (*colour)[i];

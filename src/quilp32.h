@@ -116,9 +116,9 @@ QUILP_API bool DibFree(DibInfo*& dib);
  *   with the division truncating. The direction d is the reference colour (three bytes in
  *   pixel order, blue first) or, when colour is null, the main axis of the area's uncentred
  *   colour moments, turned so that its components sum to 0 or more.
- * Each returns a new 8-bit record of the area, or null when src is null or not 24-bit, the
- * rectangle is rejected, the direction is zero (reference colour (0,0,0), an all-black area
- * with no reference colour) or the output range is empty.
+ * Each returns a new 8-bit record of the area in the source's row order, or null when src is
+ * null or not 24-bit, the rectangle is rejected, the direction is zero (reference colour
+ * (0,0,0), an all-black area with no reference colour) or the output range is empty.
  */
 /* Clamping rectangle rule. */
 QUILP_API DibInfo* DibRGB2Grey(DibInfo* src, unsigned char const (*colour)[3], tagRect32* rect);
@@ -471,7 +471,8 @@ QUILP_API bool DibErodeDilate(DibInfo*& out, DibInfo* src, int amount, tagRect32
  * keyed-parameter operations above) override positional arguments where listed. The source
  * area follows the clamping rule; except for 262 and 267 the result is the caller's 8-bit
  * target (written at its top-left corner; it must be at least as large as the area) or a new
- * 8-bit record of the area's size with the source's resolution.
+ * 8-bit record of the area's size with the source's resolution. New records, except
+ * those of 257, are in the source's row order.
  *
  *  256  automatic levels: the darkest and lightest 1/200 of the area's pixels are clipped and
  *       the levels between stretched linearly over 0..255 (rounded); one level only: a copy.

@@ -125,6 +125,7 @@ TEST(GreyFilter, WindowsEqualBruteForce) {
       ASSERT_TRUE(mn && mx && open && close);
       ASSERT_EQ(mn->Width(), w);
       ASSERT_EQ(mn->Height(), h);
+      ASSERT_EQ(mn->biHeight < 0, topDown);  // a new result keeps the source's row order
       int const hh = s[0] / 2, vv = s[1] / 2;
       for (int y = 0; y < h; ++y)
         for (int x = 0; x < w; ++x) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "quilp32.h"
+#include "record/create.h"
 #include "record/global_block.h"
 #include "support/images.h"
 
@@ -149,6 +150,26 @@ TEST(Record, RecycledBlocksComeBackZeroed) {
     for (uint32_t k = 0; k < dib->biSizeImage; k += 4093) ASSERT_EQ(dib->BitsPtr()[k], 0);
     EXPECT_EQ(dib->PalPtr()[200].rgbGreen, 200);
     std::memset(dib->BitsPtr(), 0x5A, dib->biSizeImage);
+  }
+}
+
+// A record that leaves its pixels to the caller, made from a dirty recycled block larger than
+// it needs: the slack on both sides and the row padding are still zero.
+TEST(Record, UnclearedRecordsFromLargerRecycledBlocksKeepZeroSlackAndPadding) {
+  for (int height : {-1000, 1000}) {
+    DibInfo* big = DibCreate(2001, 1200, 0, 0, 24);
+    ASSERT_TRUE(big);
+    std::memset(big->BitsPtr(), 0xC3, big->biSizeImage + 64);  // pixels and the slack after
+    DibFree(big);
+    DibPtr dib(quilp::DibCreateForOverwrite(2001, height, 0, 0, 24));  // fits the spare
+    ASSERT_TRUE(dib);
+    int const stride = dib->ByteWidth(), used = 3 * 2001;
+    unsigned char const* bits = dib->BitsPtr();
+    unsigned char const* before = reinterpret_cast<unsigned char const*>(dib.get());
+    for (int i = 1; i <= stride + 4; ++i) ASSERT_EQ(before[-i], 0) << i;
+    for (int i = 0; i < stride + 4; ++i) ASSERT_EQ(bits[dib->biSizeImage + i], 0) << i;
+    for (int y = 0; y < 1000; ++y)
+      for (int x = used; x < stride; ++x) ASSERT_EQ(bits[y * stride + x], 0) << y << "," << x;
   }
 }
 

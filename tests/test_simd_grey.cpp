@@ -89,6 +89,7 @@ TEST(GreySimd, ExportsGiveTheSameImagesOnEveryPath) {
         std::vector<DibPtr> got = run(tier);
         for (std::size_t i = 0; i < want.size(); ++i) {
           ASSERT_TRUE(want[i] && got[i]);
+          ASSERT_EQ(got[i]->biHeight < 0, topDown);  // results keep the source's row order
           ASSERT_EQ(std::memcmp(want[i]->BitsPtr(), got[i]->BitsPtr(), want[i]->biSizeImage), 0)
               << quilp::simd::TierName(tier) << " width " << width << " form " << i;
         }

@@ -35,6 +35,10 @@ inline __m512i PixelByteIndex(int c) {
 
 constexpr __mmask64 kLowBytes = 0x1111111111111111ull;
 
+// The first n bits (n <= 64); plain shifts, as the 64-bit bit-field intrinsics are missing in
+// 32-bit builds.
+inline __mmask64 FirstBits(unsigned n) { return n >= 64 ? ~0ull : (1ull << n) - 1; }
+
 // Sixteen pixels as 32-bit lanes -> sixteen grey values 0..255 as 32-bit lanes.
 inline __m512i Grey16(__m512i b0, __m512i b1, __m512i b2, Consts const& c) {
   __m512i const n = _mm512_sub_epi32(
@@ -66,11 +70,11 @@ void ProjectRow(uint8_t const* src, uint8_t* dst, int width, GreyTransform const
   __m512i const i0 = PixelByteIndex(0), i1 = PixelByteIndex(1), i2 = PixelByteIndex(2);
   for (int x = 0; x < width; x += 16) {
     int const n = width - x < 16 ? width - x : 16;
-    __m512i const v = _mm512_maskz_loadu_epi8(_bzhi_u64(~0ull, unsigned(3 * n)), src + 3 * x);
+    __m512i const v = _mm512_maskz_loadu_epi8(FirstBits(unsigned(3 * n)), src + 3 * x);
     __m512i const g = Grey16(_mm512_maskz_permutexvar_epi8(kLowBytes, i0, v),
                              _mm512_maskz_permutexvar_epi8(kLowBytes, i1, v),
                              _mm512_maskz_permutexvar_epi8(kLowBytes, i2, v), c);
-    _mm512_mask_cvtepi32_storeu_epi8(dst + x, static_cast<__mmask16>(_bzhi_u32(~0u, unsigned(n))),
+    _mm512_mask_cvtepi32_storeu_epi8(dst + x, static_cast<__mmask16>(FirstBits(unsigned(n))),
                                      g);
   }
 }
@@ -101,8 +105,8 @@ void MomentsRow(uint8_t const* src, int width, uint64_t sums[6]) {
       int const n = width - x < 32 ? width - x : 32;
       uint8_t const* p = src + 3 * x;
       unsigned const bytes = unsigned(3 * n);  // up to 96: 64 in a, the rest in b
-      __m512i const a = _mm512_maskz_loadu_epi8(_bzhi_u64(~0ull, bytes < 64 ? bytes : 64), p);
-      __m512i const b = _mm512_maskz_loadu_epi8(_bzhi_u64(~0ull, bytes > 64 ? bytes - 64 : 0), p + 64);
+      __m512i const a = _mm512_maskz_loadu_epi8(FirstBits(bytes < 64 ? bytes : 64), p);
+      __m512i const b = _mm512_maskz_loadu_epi8(FirstBits(bytes > 64 ? bytes - 64 : 0), p + 64);
       __m512i const B = _mm512_maskz_permutex2var_epi8(kEvenBytes, a, ib, b);
       __m512i const G = _mm512_maskz_permutex2var_epi8(kEvenBytes, a, ig, b);
       __m512i const R = _mm512_maskz_permutex2var_epi8(kEvenBytes, a, ir, b);

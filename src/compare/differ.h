@@ -68,7 +68,7 @@ void DibDifferImage(DibView out, DibView test, DibView ref, int bytesPerPixel,
                     DifferRule const& rule);
 // Their sum, row by row; when stopLimit is not negative the sum stops after the first row
 // that takes it above stopLimit.
-int64_t DibDifferSum(DibView const& test, DibView const& ref, int bytesPerPixel,
+int64_t DibDifferSum(DibView test, DibView ref, int bytesPerPixel,
                      DifferRule const& rule, int64_t stopLimit);
 
 }  // namespace quilp

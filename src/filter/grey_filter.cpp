@@ -44,7 +44,8 @@ class Result {
              tagRect32 const* rect, bool overwrite) {
     if (frame.AddSource(&s, src, 8, rect) < 0) return frame.GetStatus();
     if (overwrite && !var_) {
-      made_ = DibCreateForOverwrite(s.width, s.height, src->XPelsPerMeter(), src->YPelsPerMeter(), 8);
+      made_ = DibCreateForOverwrite(s.width, HeightInOrderOf(src, s.height), src->XPelsPerMeter(),
+                                    src->YPelsPerMeter(), 8);
       if (!made_) return frame.Fail(kDibNoMemory);
       var_ = made_;
     }

@@ -29,6 +29,12 @@ DibInfo* DibCreateDepth(int width, int height, int xPelsPerMeter, int yPelsPerMe
 DibInfo* DibCreateForOverwrite(int width, int height, int xPelsPerMeter, int yPelsPerMeter,
                                int bitCount);
 
+// `height` rows stored in the row order of `model`: negative (top-down) when the model is
+// top-down. Results made in their source's order are read and written in one direction.
+inline int HeightInOrderOf(DibInfo const* model, int height) {
+  return model->biHeight < 0 ? -height : height;
+}
+
 // Releases a record this library made (the internal form of the DibFree export).
 bool DibRelease(DibInfo*& dib);
 
