@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <exception>
 #include <new>
 #include <vector>
 
@@ -168,7 +169,7 @@ bool RemoveSpecks(InkBits& ink, CleanLimits const& limits) {
 bool CleanPimples(InkBits& ink, CleanLimits const& limits) {
   try {
     return BumpsAndNotches(ink) && FillHoles(ink, limits) && RemoveSpecks(ink, limits);
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {
     return false;
   }
 }
