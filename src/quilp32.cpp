@@ -1114,6 +1114,20 @@ DibInfo* CreateLike(DibInfo const* src, int width, int height, int depth) {
                         src->YPelsPerMeter(), depth);
 }
 
+// A new record of `depth` for the area, each pixel written by put(row, x, y) in storage order.
+template <class Put>
+DibInfo* RecordOfArea(DibInfo const* src, Area const& area, int depth, Put put) {
+  DibInfo* made = CreateLike(src, area.width, area.height, depth);
+  if (!made) return nullptr;
+  DibView const out = MakeView(made);
+  for (int i = 0; i < area.height; ++i) {
+    int const y = StorageRow(out.step, i, area.height);
+    unsigned char* row = out.Row(y);
+    for (int x = 0; x < area.width; ++x) put(row, x, y);
+  }
+  return made;
+}
+
 // The record's vertical resolution in dots per inch (0 when unknown).
 int DotsPerInch(DibInfo const* dib) { return int(dib->YPelsPerMeter() / 39.37 + 0.5); }
 
@@ -1154,24 +1168,17 @@ DibInfo* DibDistanceTransform(DibInfo* src, int metric, int bits, int measure, t
   std::vector<uint32_t> map;
   DistanceMetric const m = static_cast<DistanceMetric>(metric);
   if (!DistanceMap(map, ink, measure == 0, m)) return nullptr;
-  DibInfo* made = CreateLike(src, area.width, area.height, bits);
-  if (!made) return nullptr;
-  DibView const out = MakeView(made);
-  for (int i = 0; i < area.height; ++i) {
-    int const y = StorageRow(out.step, i, area.height);
-    uint32_t const* d = map.data() + std::size_t(y) * std::size_t(area.width);
-    unsigned char* row = out.Row(y);
-    for (int x = 0; x < area.width; ++x) {
-      if (bits == 32) {
-        int32_t const v = d[x] > 0x7FFFFFFFu ? 0x7FFFFFFF : int32_t(d[x]);
-        std::memcpy(row + 4 * std::size_t(x), &v, 4);
-      } else {
-        uint32_t const v = m == DistanceMetric::kEuclid && d[x] != kDistanceFar ? RoundedRoot(d[x]) : d[x];
-        row[x] = uint8_t(v > 255 ? 255 : v);
-      }
+  bool const euclid = m == DistanceMetric::kEuclid;
+  return RecordOfArea(src, area, bits, [&](unsigned char* row, int x, int y) {
+    uint32_t const d = map[std::size_t(y) * std::size_t(area.width) + std::size_t(x)];
+    if (bits == 32) {
+      int32_t const v = d > 0x7FFFFFFFu ? 0x7FFFFFFF : int32_t(d);
+      std::memcpy(row + 4 * std::size_t(x), &v, 4);
+    } else {
+      uint32_t const v = euclid && d != kDistanceFar ? RoundedRoot(d) : d;
+      row[x] = uint8_t(v > 255 ? 255 : v);
     }
-  }
-  return made;
+  });
 }
 
 namespace {
@@ -1290,19 +1297,12 @@ DibInfo* DibSkeletize(DibInfo* src, tagRect32* rect) {
   if (!SkeletonOf(src, rect, true, area, skeleton, ink)) return nullptr;
   std::vector<uint32_t> map;
   if (!DistanceMap(map, ink, true, DistanceMetric::kEuclid)) return nullptr;
-  DibInfo* made = CreateLike(src, area.width, area.height, 8);
-  if (!made) return nullptr;
-  DibView const out = MakeView(made);
-  for (int i = 0; i < area.height; ++i) {
-    int const y = StorageRow(out.step, i, area.height);
-    uint32_t const* d = map.data() + std::size_t(y) * std::size_t(area.width);
-    unsigned char* row = out.Row(y);
-    for (int x = 0; x < area.width; ++x) {
-      uint32_t const r = skeleton.Get(x, y) ? RoundedRoot(d[x]) : 0;
-      row[x] = uint8_t(r > 255 ? 255 : r);
-    }
-  }
-  return made;
+  return RecordOfArea(src, area, 8, [&](unsigned char* row, int x, int y) {
+    uint32_t const r = skeleton.Get(x, y)
+                           ? RoundedRoot(map[std::size_t(y) * std::size_t(area.width) + std::size_t(x)])
+                           : 0;
+    row[x] = uint8_t(r > 255 ? 255 : r);
+  });
 }
 
 // (end of morphology)

@@ -855,15 +855,20 @@ QUILP_API DibInfo* DibBinarizeStat(DibInfo* dib, int window, int k, tagRect32* r
     1. one-pixel bumps on straight stroke edges (an ink pixel whose two side neighbours and the
        three pixels beyond it are paper and the five pixels behind it ink) become paper, and
        one-pixel notches (the same with ink and paper exchanged) become ink;
-    2. white holes (4-connected paper not touching the area's border) of at most `tiny`
-       pixels and at most speckSize on a side become ink;
-    3. ink specks (8-connected) at most speckSize on a side become paper when their area is at
-       most `tiny` pixels, or when no other ink lies within `isolation` pixels of their box.
-   A full stop or an i-dot is larger than `tiny` and sits beside its letters, so it stays.
-   speckSize 0 means dpi / 50 (at least 2; 4 pixels at 200 dpi, 6 at 300), isolation 0 means
-   dpi / 15 (at least 3; 13 pixels at 200 dpi, 20 at 300), and tiny is dpi^2 / 12000 (at
-   least 1, at most speckSize^2; 3 pixels at 200 dpi, 7 at 300), with dpi read from the
-   record's vertical resolution (300 when it is 0). Negative sizes give null. */
+    2. white holes (4-connected paper not touching the area's border) of at most `hole`
+       pixels become ink;
+    3. ink specks (8-connected) at most speckSize on a side become paper:
+         - up to `dust` pixels wherever they lie;
+         - up to `dot` pixels unless they sit as a dot sits by its letter: ink within `reach`
+           straight above or below (within one column of the speck's), or a taller letter
+           within `reach` to the left that ends on the speck's bottom row;
+         - larger ones when no other ink lies within `isolation` pixels of their box.
+   Full stops, commas and i-dots sit beside their letters, so they stay.
+   With dpi read from the record's vertical resolution (300 when it is 0): speckSize 0 means
+   dpi / 50 rounded (at least 2; 4 pixels at 200 dpi, 6 at 300), isolation 0 means dpi / 15
+   rounded (at least 3; 13 at 200, 20 at 300); dust = dpi^2 / 13000 (3 at 200, 6 at 300),
+   dot = dpi^2 / 10000 (4, 9), hole = dpi^2 / 40000 (1, 2), reach = dpi / 50 rounded (at
+   least 2), each at least 1 and at most speckSize^2. Negative sizes give null. */
 QUILP_API DibInfo* DibCleanPimples(DibInfo* src, int speckSize, int isolation, tagRect32* rect);
 
 /* Rank-order reduction by two per axis: result pixel (x, y) is ink when at least `level`

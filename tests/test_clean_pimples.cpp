@@ -34,7 +34,7 @@ std::vector<std::string> Read(DibInfo const* dib) {
 TEST(CleanPimples, RemovesNoiseAndKeepsMarks) {
   // 200 dpi: speck size 4, isolation 13, tiny 3. A letter with a bump (row 3), a notch
   // (row 9), a white hole (row 12), a full stop beside it, an i with its dot, a one-pixel
-  // stem, a 3 x 3 speck within reach of the i (kept) and single specks.
+  // stem (taller than a speck), a 3 x 3 speck within reach of the i (kept) and single specks.
   std::vector<std::string> const in = {
       "..............................................",
       "..............................................",
@@ -44,7 +44,7 @@ TEST(CleanPimples, RemovesNoiseAndKeepsMarks) {
       "..#######.............###................#....",
       "..#######.....................................",
       "..#######.............###.....................",
-      "..#######.............###.....................",
+      "..#######.............###.....#...............",
       "..###.###.............###.....#...............",
       "..#######.............###.....#...............",
       "..#######.............###.....#.........###...",

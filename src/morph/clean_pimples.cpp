@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <exception>
 #include <new>
 #include <vector>
 
@@ -15,11 +16,16 @@ CleanLimits CleanLimitsFor(int dpi, int speckSize, int isolation) {
   CleanLimits l;
   l.speckSize = speckSize > 0 ? speckSize : std::max(2, (dpi + 25) / 50);  // about half a mm
   l.isolation = isolation > 0 ? isolation : std::max(3, (dpi + 7) / 15);   // about 1.7 mm
-  // A full stop of 10-point type is some 3 x 3 pixels at 200 dpi and 4 x 4 at 300 dpi.
-  int64_t const tiny = std::max<int64_t>(1, int64_t(dpi) * dpi / 12000);
+  // The smallest i-dot of 10-point type covers 4 pixels at 200 dpi (2 x 2, sans serif) and
+  // 14 at 300 dpi: dust below that goes wherever it lies, dots up to tinyArea stay only
+  // where a dot sits by its letter. Holes stay smaller: the
+  // counters of small letters are only a few pixels at 200 dpi.
+  int64_t const d2 = int64_t(dpi) * dpi;
   int64_t const box = int64_t(l.speckSize) * l.speckSize;
-  l.tinyArea = int(std::min(tiny, box));
-  l.holeArea = l.tinyArea;
+  l.tinyArea = int(std::min(std::max<int64_t>(1, d2 / 10000), box));
+  l.holeArea = int(std::min(std::max<int64_t>(1, d2 / 40000), box));
+  l.dustArea = int(std::min(std::max<int64_t>(1, d2 / 13000), int64_t(l.tinyArea)));
+  l.dotReach = std::max(2, (dpi + 25) / 50);
   return l;
 }
 
@@ -119,8 +125,28 @@ bool FillHoles(InkBits& ink, CleanLimits const& limits) {
   return true;
 }
 
+// Ink in the columns x0 .. x1 and rows y0 .. y1, cut to the image.
+int64_t InkIn(InkBits const& ink, int x0, int x1, int y0, int y1) {
+  x0 = std::max(0, x0), x1 = std::min(ink.Width() - 1, x1);
+  y0 = std::max(0, y0), y1 = std::min(ink.Height() - 1, y1);
+  int64_t n = 0;
+  if (x0 > x1) return 0;
+  for (int y = y0; y <= y1; ++y) n += CountBits(ink.Row(y), x0, x1);
+  return n;
+}
+
+// Where a dot belongs to a letter: a stem just above or below it (i, j, !, ?, colons), or a
+// taller letter just to its left that ends on the dot's bottom row (full stops, commas).
+bool BesideALetter(InkBits const& ink, InkComponent const& c, int reach) {
+  if (InkIn(ink, c.left - 1, c.right + 1, c.bottom + 1, c.bottom + reach) > 0 ||
+      InkIn(ink, c.left - 1, c.right + 1, c.top - reach, c.top - 1) > 0)
+    return true;
+  return InkIn(ink, c.left - reach, c.left - 1, c.bottom - 1, c.bottom + 1) > 0 &&
+         InkIn(ink, c.left - reach, c.left - 1, c.top - reach, c.top - 1) > 0;
+}
+
 bool RemoveSpecks(InkBits& ink, CleanLimits const& limits) {
-  int const w = ink.Width(), h = ink.Height(), d = limits.isolation;
+  int const d = limits.isolation;
   ComponentMap map;
   if (!LabelComponents(ink, true, map)) return false;
   std::vector<char> remove(map.components.size(), 0);
@@ -128,14 +154,11 @@ bool RemoveSpecks(InkBits& ink, CleanLimits const& limits) {
     InkComponent const& c = map.components[i];
     if (c.right - c.left >= limits.speckSize || c.bottom - c.top >= limits.speckSize) continue;
     if (c.area <= limits.tinyArea) {
-      remove[i] = 1;
+      remove[i] = c.area <= limits.dustArea || !BesideALetter(ink, c, limits.dotReach);
       continue;
     }
-    int const x0 = std::max(0, c.left - d), x1 = std::min(w - 1, c.right + d);
-    int const y0 = std::max(0, c.top - d), y1 = std::min(h - 1, c.bottom + d);
-    int64_t count = 0;
-    for (int y = y0; y <= y1 && count <= c.area; ++y) count += CountBits(ink.Row(y), x0, x1);
-    remove[i] = count == c.area;  // its own pixels only
+    // Larger specks go when nothing but their own pixels lies within reach.
+    remove[i] = InkIn(ink, c.left - d, c.right + d, c.top - d, c.bottom + d) == c.area;
   }
   PaintComponents(ink, map, remove, false);
   return true;
@@ -146,7 +169,7 @@ bool RemoveSpecks(InkBits& ink, CleanLimits const& limits) {
 bool CleanPimples(InkBits& ink, CleanLimits const& limits) {
   try {
     return BumpsAndNotches(ink) && FillHoles(ink, limits) && RemoveSpecks(ink, limits);
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {
     return false;
   }
 }

@@ -9,10 +9,12 @@
 //     has no straight edge behind it and is kept.
 //  2. Holes: paper components (4-connected) that do not touch the area's border, no larger
 //     than `holeArea` pixels and `speckSize` on a side, become ink.
-//  3. Specks: ink components (8-connected) whose box is at most speckSize on a side become
-//     paper when their area is at most `tinyArea`, or when no other ink lies within
-//     `isolation` pixels of their box (counted with popcount over the enlarged box). A full
-//     stop or an i-dot is larger than tinyArea and sits next to its letters, so it stays.
+//  3. Specks: ink components (8-connected) whose box is at most speckSize on a side. Those of
+//     at most `tinyArea` pixels become paper unless they sit where a dot sits by its letter
+//     (ink within dotReach straight above or below, or to the left across their rows: an
+//     i-dot over its stem, a full stop after its word); larger ones become paper when no
+//     other ink lies within `isolation` pixels of their box (popcount over the enlarged box).
+//     Specks of at most `dustArea` pixels, smaller than any dot, go wherever they lie.
 // Cost: two labellings by runs and a few word operations per 64 pixels.
 #pragma once
 
@@ -25,6 +27,8 @@ struct CleanLimits {
   int isolation;   // distance to other ink beyond which a speck goes, pixels
   int tinyArea;    // specks up to this area go whatever their neighbours
   int holeArea;    // holes up to this area are filled
+  int dustArea;    // specks up to this area go wherever they lie
+  int dotReach;    // how close a small dot lies to its letter, pixels
 };
 
 // The limits the export uses for a page of `dpi` dots per inch (0: 300) and the caller's

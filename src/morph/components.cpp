@@ -2,6 +2,7 @@
 #include "morph/components.h"
 
 #include <bit>
+#include <exception>
 #include <new>
 
 namespace quilp {
@@ -92,7 +93,7 @@ bool LabelComponents(InkBits const& image, bool eightConnected, ComponentMap& ma
       c.bottom = r.y;
     }
     return true;
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {
     map = ComponentMap{};
     return false;
   }

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <exception>
 #include <new>
 
 namespace quilp {
@@ -124,6 +126,7 @@ bool DistanceMap(std::vector<uint32_t>& out, InkBits const& ink, bool measureInk
                  DistanceMetric metric) {
   try {
     int const w = ink.Width(), h = ink.Height();
+    if (uint64_t(w) * uint64_t(h) > SIZE_MAX / sizeof(uint32_t) / 2) return false;  // 32-bit builds
     out.assign(std::size_t(w) * std::size_t(h), 0);
     if (metric != DistanceMetric::kEuclid) {
       Chamfer(out, ink, measureInk, metric == DistanceMetric::kChess);
@@ -136,7 +139,7 @@ bool DistanceMap(std::vector<uint32_t>& out, InkBits const& ink, bool measureInk
     for (int y = 0; y < h; ++y)
       RowEnvelope(out.data() + std::size_t(y) * std::size_t(w), w, measureInk, f, v, z);
     return true;
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {  // no memory, or more than a vector holds
     out.clear();
     return false;
   }

@@ -3,6 +3,7 @@
 #include "morph/element_morph.h"
 
 #include <algorithm>
+#include <exception>
 #include <new>
 
 namespace quilp {
@@ -158,7 +159,7 @@ bool MorphBits(InkBits& dst, InkBits const& src, std::vector<ElementBar> const& 
         else CombineRows<false>(dst.Row(y), dst.Row(y), part.Row(y), src.Words());
     }
     return true;
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {
     return false;
   }
 }
@@ -180,7 +181,7 @@ bool MorphGrey(GreyImage& dst, GreyImage const& src, std::vector<ElementBar> con
       else CombineBytes<false>(dst.pixels.data(), dst.pixels.data(), part.pixels.data(), dst.pixels.size());
     }
     return true;
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {
     return false;
   }
 }

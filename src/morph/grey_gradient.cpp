@@ -2,6 +2,7 @@
 #include "morph/grey_gradient.h"
 
 #include <cstdint>
+#include <exception>
 #include <new>
 #include <vector>
 
@@ -35,7 +36,7 @@ bool GreyGradient3x3(DibView const& dst, DibView const& src, int kind) {
   std::vector<uint8_t> ring;
   try {
     ring.resize(6 * std::size_t(w));
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {
     return false;
   }
   // Slot of source row y in the ring; rows go in storage order (up for bottom-up records).

@@ -2,6 +2,8 @@
 #include "morph/morph_ops.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <exception>
 #include <new>
 
 #include "morph/element_morph.h"
@@ -12,6 +14,7 @@ namespace {
 constexpr bool kPaperBeyond = true;  // 1-bit: set bits lie beyond the area
 
 bool LoadGrey(GreyImage& g, DibView const& v) {
+  if (uint64_t(v.width) * uint64_t(v.height) > SIZE_MAX / 4) return false;  // 32-bit builds
   g.width = v.width;
   g.height = v.height;
   g.pixels.resize(std::size_t(v.width) * std::size_t(v.height));
@@ -29,83 +32,80 @@ void StoreGrey(GreyImage const& g, DibView const& v) {
   }
 }
 
-// a = a AND NOT b (difference of 1-bit results).
-void Without(InkBits& a, InkBits const& b) {
+// dst = a - b: 1-bit "set in a and clear in b", 8-bit levels (b <= a by construction). dst
+// may be a or b.
+bool Minus(InkBits& dst, InkBits const& a, InkBits const& b) {
+  if ((dst.Width() != a.Width() || dst.Height() != a.Height()) && !dst.Reset(a.Width(), a.Height()))
+    return false;
   for (int y = 0; y < a.Height(); ++y)
-    for (int k = 0; k < a.Words(); ++k) a.Row(y)[k] &= ~b.Row(y)[k];
+    for (int k = 0; k < a.Words(); ++k) dst.Row(y)[k] = a.Row(y)[k] & ~b.Row(y)[k];
+  return true;
+}
+bool Minus(GreyImage& dst, GreyImage const& a, GreyImage const& b) {
+  dst.width = a.width;
+  dst.height = a.height;
+  dst.pixels.resize(a.pixels.size());
+  for (std::size_t i = 0; i < a.pixels.size(); ++i) dst.pixels[i] = uint8_t(a.pixels[i] - b.pixels[i]);
+  return true;
 }
 
-// a = a - b, per level (b <= a by construction).
-void Minus(GreyImage& a, GreyImage const& b) {
-  for (std::size_t i = 0; i < a.pixels.size(); ++i) a.pixels[i] = uint8_t(a.pixels[i] - b.pixels[i]);
+// Every operation but hit-or-miss from erosion, dilation and differences.
+template <class Image, class Erode, class Dilate>
+bool Compose(Image& out, Image const& src, MorphOperation op, Erode erode, Dilate dilate) {
+  Image t;
+  switch (op) {
+    case MorphOperation::kErode: return erode(out, src);
+    case MorphOperation::kDilate: return dilate(out, src);
+    case MorphOperation::kOpen: return erode(t, src) && dilate(out, t);
+    case MorphOperation::kClose: return dilate(t, src) && erode(out, t);
+    case MorphOperation::kTopHat: return erode(t, src) && dilate(out, t) && Minus(out, src, out);
+    case MorphOperation::kBotHat: return dilate(t, src) && erode(out, t) && Minus(out, out, src);
+    case MorphOperation::kGradient: return dilate(out, src) && erode(t, src) && Minus(out, out, t);
+    case MorphOperation::kGradientIn: return erode(t, src) && Minus(out, src, t);
+    case MorphOperation::kGradientOut: return dilate(out, src) && Minus(out, out, src);
+    case MorphOperation::kHitMiss: break;
+  }
+  return false;
+}
+
+// Hit-or-miss of 1-bit images: the erosion of the set bits by the hits AND the erosion of
+// the clear bits by the misses (beyond the area nothing is clear).
+int HitOrMiss(InkBits& out, InkBits const& src, StructElement const& el) {
+  auto const hitBars = CoverByBars(el.hits), missBars = CoverByBars(el.misses);
+  if (!out.Reset(src.Width(), src.Height())) return -3;
+  if (hitBars.empty()) {  // misses only: every pixel passes the hits
+    for (int y = 0; y < out.Height(); ++y) std::fill(out.Row(y), out.Row(y) + out.Words(), ~uint64_t(0));
+    out.ClearTails();
+  } else if (!MorphBits(out, src, hitBars, false, kPaperBeyond)) {
+    return -3;
+  }
+  if (missBars.empty()) return 0;
+  InkBits clear, passed;
+  if (!clear.Reset(src.Width(), src.Height())) return -3;
+  for (int y = 0; y < clear.Height(); ++y)
+    for (int k = 0; k < clear.Words(); ++k) clear.Row(y)[k] = ~src.Row(y)[k];
+  clear.ClearTails();
+  if (!MorphBits(passed, clear, missBars, false, !kPaperBeyond)) return -3;
+  for (int y = 0; y < out.Height(); ++y)
+    for (int k = 0; k < out.Words(); ++k) out.Row(y)[k] &= passed.Row(y)[k];
+  return 0;
 }
 
 int BitsOperation(InkBits& out, InkBits const& src, StructElement const& el, MorphOperation op) {
-  auto bars = CoverByBars(el.hits);
-  InkBits t;
+  if (op == MorphOperation::kHitMiss) return HitOrMiss(out, src, el);
+  auto const bars = CoverByBars(el.hits);
+  if (bars.empty()) return -1;
   auto erode = [&](InkBits& d, InkBits const& s) { return MorphBits(d, s, bars, false, kPaperBeyond); };
   auto dilate = [&](InkBits& d, InkBits const& s) { return MorphBits(d, s, bars, true, kPaperBeyond); };
-  auto copy = [&](InkBits& d, InkBits const& s) {
-    if (!d.Reset(s.Width(), s.Height())) return false;
-    std::copy(s.Row(0), s.Row(0) + std::size_t(s.Words()) * std::size_t(s.Height()), d.Row(0));
-    return true;
-  };
-  if (op != MorphOperation::kHitMiss && bars.empty()) return -1;
-  bool ok = true;
-  switch (op) {
-    case MorphOperation::kErode: ok = erode(out, src); break;
-    case MorphOperation::kDilate: ok = dilate(out, src); break;
-    case MorphOperation::kOpen: ok = erode(t, src) && dilate(out, t); break;
-    case MorphOperation::kClose: ok = dilate(t, src) && erode(out, t); break;
-    case MorphOperation::kTopHat: ok = erode(t, src) && dilate(out, t) && copy(t, out) && copy(out, src); if (ok) Without(out, t); break;
-    case MorphOperation::kBotHat: ok = dilate(t, src) && erode(out, t); if (ok) Without(out, src); break;
-    case MorphOperation::kGradient: ok = dilate(out, src) && erode(t, src); if (ok) Without(out, t); break;
-    case MorphOperation::kGradientIn: ok = erode(t, src) && copy(out, src); if (ok) Without(out, t); break;
-    case MorphOperation::kGradientOut: ok = dilate(out, src); if (ok) Without(out, src); break;
-    case MorphOperation::kHitMiss: {
-      if (bars.empty()) {  // misses only: every pixel passes the hits
-        if (!copy(out, src)) return -3;
-        for (int y = 0; y < out.Height(); ++y) std::fill(out.Row(y), out.Row(y) + out.Words(), ~uint64_t(0));
-        out.ClearTails();
-      } else if (!erode(out, src)) {
-        return -3;
-      }
-      auto const missBars = CoverByBars(el.misses);
-      if (missBars.empty()) return 0;
-      InkBits clear;
-      if (!copy(clear, src)) return -3;
-      for (int y = 0; y < clear.Height(); ++y)
-        for (int k = 0; k < clear.Words(); ++k) clear.Row(y)[k] = ~clear.Row(y)[k];
-      clear.ClearTails();
-      if (!MorphBits(t, clear, missBars, false, !kPaperBeyond)) return -3;
-      for (int y = 0; y < out.Height(); ++y)
-        for (int k = 0; k < out.Words(); ++k) out.Row(y)[k] &= t.Row(y)[k];
-      return 0;
-    }
-  }
-  return ok ? 0 : -3;
+  return Compose(out, src, op, erode, dilate) ? 0 : -3;
 }
 
 int GreyOperation(GreyImage& out, GreyImage const& src, StructElement const& el, MorphOperation op) {
   auto const bars = CoverByBars(el.hits);
   if (bars.empty() || op == MorphOperation::kHitMiss) return -1;
-  GreyImage t;
   auto erode = [&](GreyImage& d, GreyImage const& s) { return MorphGrey(d, s, bars, false); };
   auto dilate = [&](GreyImage& d, GreyImage const& s) { return MorphGrey(d, s, bars, true); };
-  bool ok = true;
-  switch (op) {
-    case MorphOperation::kErode: ok = erode(out, src); break;
-    case MorphOperation::kDilate: ok = dilate(out, src); break;
-    case MorphOperation::kOpen: ok = erode(t, src) && dilate(out, t); break;
-    case MorphOperation::kClose: ok = dilate(t, src) && erode(out, t); break;
-    case MorphOperation::kTopHat: ok = erode(t, src) && dilate(out, t); if (ok) { t = out; out = src; Minus(out, t); } break;
-    case MorphOperation::kBotHat: ok = dilate(t, src) && erode(out, t); if (ok) Minus(out, src); break;
-    case MorphOperation::kGradient: ok = dilate(out, src) && erode(t, src); if (ok) Minus(out, t); break;
-    case MorphOperation::kGradientIn: ok = erode(t, src); if (ok) { out = src; Minus(out, t); } break;
-    case MorphOperation::kGradientOut: ok = dilate(out, src); if (ok) Minus(out, src); break;
-    case MorphOperation::kHitMiss: return -1;
-  }
-  return ok ? 0 : -3;
+  return Compose(out, src, op, erode, dilate) ? 0 : -3;
 }
 
 }  // namespace
@@ -128,11 +128,11 @@ int MorphArea(DibView const& dst, int dstOffset, DibView const& src, int srcOffs
       return status;
     }
     GreyImage in, out;
-    LoadGrey(in, src);
+    if (!LoadGrey(in, src)) return -3;
     int const status = GreyOperation(out, in, el, op);
     if (status == 0) StoreGrey(out, dst);
     return status;
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {  // no memory, or more than a vector holds
     return -3;
   }
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <exception>
 #include <new>
 #include <set>
 #include <tuple>
@@ -112,7 +113,7 @@ bool BuildElement(StructElement& element, ElementShape shape, int width, int hei
         if (!text || !FromText(element, text)) return false;
         break;
     }
-  } catch (std::bad_alloc const&) {
+  } catch (std::exception const&) {
     return false;
   }
   return !element.hits.empty() || !element.misses.empty();
