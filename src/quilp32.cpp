@@ -899,6 +899,7 @@ int DibDetectDominantOrientation(DibInfo* src, int* confidence, tagRect32* rect)
 
 // (end of rotation, deskewing, orientation and canonical form)
 
+
 // ---- Canonical form ------------------------------------------------------------------------
 
 #include "record/canonize.h"
@@ -961,6 +962,7 @@ int DibCanonize(DibInfo*& dst, DibInfo const* src, int direction, int count,
 // ---- Zoomed previews and upscaling ------------------------------------------------
 
 #include "scale/upscale.h"
+#include "scale/upscale_bits.h"
 #include "scale/zoom.h"
 #include "scale/zoom_axis.h"
 #include "scale/zoom_deskewed.h"
@@ -1044,7 +1046,8 @@ int DibUpscale(DibInfo*& dst, DibInfo const* src, double factor, tagRect32 const
   DibHolder made(dst ? nullptr : MakeZoomResult(src, g, depth));
   if (!dst && !made) return frame.Fail(kDibNoMemory);
   DibPlane const to = MakePlane(dst ? dst : made.get(), Area{0, 0, g.width, g.height});
-  if (frame.SetSuccess(DibUpscalePlane(to, from)) < 0) return frame.GetStatus();
+  bool const ok = depth == 1 ? DibUpscaleBitsPlane(to, from, int(factor)) : DibUpscalePlane(to, from);
+  if (frame.SetSuccess(ok) < 0) return frame.GetStatus();
   if (made) dst = made.release();
   return frame.GetStatus();
 }

@@ -767,8 +767,14 @@ QUILP_API DibInfo* DibMakeZoomDeskewed(DibInfo* src, double factor, double angle
    size per axis (rounded), so 150 dpi times 2 reads 300 dpi.
      8, 24, 32 bits: factor >= 1 (1 copies), any fraction; cubic convolution (a = -0.5) per
        byte around (X + 0.5) w / W - 0.5, edges repeated, rounded and clamped;
-     1 bit: factor 2, 3 or 4; the same cubic of the bits as 0 / 255, set from level 128 up,
-       so diagonal and curved edges come out smooth rather than as steps of the factor.
+     1 bit: factor 2, 3 or 4 by an edge-directed rule: each pixel E becomes a block whose
+       corners take the colour of the two neighbours meeting there when they agree and the
+       other two do not (top-left: left == above, above != right, left != below gives the
+       left colour; else E), by 3 also each edge middle when a corner rule beside it holds and
+       the diagonal neighbour across differs from E (top middle: the top-left rule and E !=
+       top-right, or the top-right rule and E != top-left, give the above colour); by 4 the
+       rule by 2 twice; edge pixels repeated. Diagonal and curved edges come out smooth
+       rather than in steps of the factor, and one-pixel strokes keep their width.
    Returns 0; -1 for a null source, another depth, a factor that is not allowed for the depth
    (not finite, below 1, or a non-listed 1-bit factor), an empty rectangle, a result side
    beyond 2^31 - 1 or an unsuitable target; -2 when scratch memory runs out; -3 when the
