@@ -27,9 +27,6 @@ struct PageReport {
   double milliseconds = 0.0;
 };
 
-// Steps that need library operations this build does not have yet (shown by --help).
-std::vector<std::string> MissingCleanSteps();
-
 // The cleaned page, or a CliError saying which step failed.
 Dib CleanPage(DibInfo const* page, CleanSettings const& settings, PageReport& report);
 

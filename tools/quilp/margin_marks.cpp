@@ -31,10 +31,12 @@ struct Region {
 class DarkRegions {
  public:
   DarkRegions(DibInfo const* grey, int threshold)
-      : grey_(grey), w_(grey->Width()), h_(grey->Height()), threshold_(threshold),
-        state_(std::size_t(w_) * h_, 0) {}
+      : w_(grey->Width()), h_(grey->Height()), threshold_(threshold), state_(std::size_t(w_) * h_, 0) {
+    rows_.reserve(std::size_t(h_));
+    for (int y = 0; y < h_; ++y) rows_.push_back(grey->GetLine(y));
+  }
 
-  bool Dark(int x, int y) const { return grey_->GetLine(y)[x] < threshold_; }
+  bool Dark(int x, int y) const { return rows_[std::size_t(y)][x] < threshold_; }
   bool Fresh(int x, int y) const { return state_[Index(x, y)] == 0 && Dark(x, y); }
 
   // Floods the dark region holding (x, y), marking it visited; its pixels go to `pixels`.
@@ -68,7 +70,7 @@ class DarkRegions {
   int Width() const { return w_; }
 
  private:
-  DibInfo const* grey_;
+  std::vector<unsigned char const*> rows_;
   int w_, h_, threshold_;
   std::vector<uint8_t> state_;
   std::vector<uint32_t> stack_;
