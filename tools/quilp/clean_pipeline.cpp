@@ -1,9 +1,10 @@
 // clean_pipeline.cpp - one page through the cleaning steps, each a call of the library:
-//   1. upright: the dominant text orientation, turned by quarter turns when the detector is
+//   1. margins: dark scanner borders and punch holes painted white (margin_marks.cpp), first,
+//      because a border's long straight edge would mislead the orientation and skew;
+//   2. upright: the dominant text orientation, turned by quarter turns when the detector is
 //      confident (DibDetectDominantOrientation, DibRotateBy90);
-//   2. deskew: the skew measured on a copy reduced to about 150 dpi (DibDownscale,
+//   3. deskew: the skew measured on a copy reduced to about 150 dpi (DibDownscale,
 //      DibHoughGetAngle), then turned back (DibRotateAccurate, bilinear, same size);
-//   3. margins: dark scanner borders and punch holes painted white (margin_marks.cpp);
 //   4. flatten (grey results and the depth decision): the paper level estimated by a
 //      maximum-then-minimum window wider than any stroke and divided out (DibFilterGreyEx 267);
 //   5. depth: binarized by the recommended adaptive method (DibBinarizeEx 7, which estimates
@@ -97,6 +98,15 @@ Dib CleanPage(DibInfo const* source, CleanSettings const& settings, PageReport& 
     if (page) page = transform(page.get(), step);
   };
 
+  if (settings.margins) {
+    MarginMarks marks = FindMarginMarks(grey.get(), dpi);
+    report.borderPixels = marks.borderPixels;
+    report.holes = marks.holes;
+    if (marks.mask) {
+      PaintWhite(grey.get(), marks.mask.get());
+      if (page) PaintWhite(page.get(), marks.mask.get());
+    }
+  }
   if (settings.orient) {
     int confidence = 0;
     int const turns = DibDetectDominantOrientation(grey.get(), &confidence, nullptr);
@@ -118,15 +128,6 @@ Dib CleanPage(DibInfo const* source, CleanSettings const& settings, PageReport& 
         return Created(DibRotateAccurate(image, -radians, 0, nullptr), step);
       }, "deskewing");
       report.deskewed = true;
-    }
-  }
-  if (settings.margins) {
-    MarginMarks marks = FindMarginMarks(grey.get(), dpi);
-    report.borderPixels = marks.borderPixels;
-    report.holes = marks.holes;
-    if (marks.mask) {
-      PaintWhite(grey.get(), marks.mask.get());
-      if (page) PaintWhite(page.get(), marks.mask.get());
     }
   }
   // The flattened grey, made once when a grey result or the depth decision needs it.
