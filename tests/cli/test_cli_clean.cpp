@@ -25,11 +25,6 @@ using namespace cli_test;
 
 namespace {
 
-struct DibDeleter {
-  void operator()(DibInfo* d) const { DibFree(d); }
-};
-using DibPtr = std::unique_ptr<DibInfo, DibDeleter>;
-
 DibPtr Page(int bits, double skew, uint32_t seed, int width = 500, int height = 360) {
   quilp_pages::PageSpec layout;
   layout.width = width;
@@ -83,11 +78,6 @@ std::set<std::string> Listing(std::string const& folder) {
   return names;
 }
 
-std::string Slurp(std::string const& name) {
-  std::ifstream in(WorkPath(name), std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 int Count(std::string const& text, std::string const& what) {
   int n = 0;
   for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
@@ -110,7 +100,7 @@ TEST(CliClean, BatchNamesPagesSkipsOverwritesAndCountsFailures) {
   EXPECT_EQ(Count(first.err, "d.png"), 1) << first.err;
   EXPECT_NE(first.err.find("cleaned 4 pages, skipped 0, failed 1"), std::string::npos) << first.err;
   EXPECT_EQ(Listing("cb-out"), (std::set<std::string>{"a.png", "b.png", "c-p001.png", "c-p002.png"}));
-  std::string const json = Slurp("cb.json");
+  std::string const json = ReadFile("cb.json");
   EXPECT_EQ(Count(json, "\"status\": \"cleaned\""), 4) << json;
   EXPECT_EQ(Count(json, "\"status\": \"failed\""), 1) << json;
   EXPECT_NE(json.find("\"bits\": 1"), std::string::npos) << json;
@@ -122,11 +112,11 @@ TEST(CliClean, BatchNamesPagesSkipsOverwritesAndCountsFailures) {
   EXPECT_EQ(forced.status, 0) << forced.err;
   EXPECT_EQ(Count(forced.out, " bits, "), 3) << forced.out;  // three grey pages
 
-  std::string const before = Slurp("cb-in/a.bmp");
+  std::string const before = ReadFile("cb-in/a.bmp");
   Outcome self = Quilp("clean cb-in/a.bmp -o cb-in/a.bmp --overwrite --format bmp");
   EXPECT_EQ(self.status, 1);
   EXPECT_NE(self.err.find("never overwritten"), std::string::npos) << self.err;
-  EXPECT_EQ(Slurp("cb-in/a.bmp"), before);
+  EXPECT_EQ(ReadFile("cb-in/a.bmp"), before);
 
   // A multi-page input becomes one multi-page output, which reads back as two pages.
   ASSERT_EQ(Quilp("clean cb-in/c.tif -o cb-multi.tif --multipage").status, 0);
@@ -186,7 +176,7 @@ TEST(CliClean, InterruptedRunLeavesOnlyWholeFiles) {
   waitpid(child, &raw, 0);
   ASSERT_TRUE(WIFEXITED(raw));
   EXPECT_EQ(WEXITSTATUS(raw), 130);
-  EXPECT_NE(Slurp("ci-stderr.txt").find("interrupted"), std::string::npos);
+  EXPECT_NE(ReadFile("ci-stderr.txt").find("interrupted"), std::string::npos);
   std::set<std::string> const written = Listing("ci-out");
   EXPECT_LT(written.size(), 40u);
   for (std::string const& name : written) {
