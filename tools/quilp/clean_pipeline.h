@@ -24,7 +24,8 @@ struct PageReport {
   int borderPixels = 0, holes = 0;
   bool flattened = false, despeckled = false;
   int outputBits = 0;
-  double milliseconds = 0.0;
+  double milliseconds = 0.0;     // wall time of the steps (no file input or output)
+  double cpuMilliseconds = 0.0;  // processor time of the cleaning thread for the same steps
 };
 
 // The cleaned page, or a CliError saying which step failed.
