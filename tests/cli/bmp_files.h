@@ -1,6 +1,7 @@
 // bmp_files.h - writes records as BMP files into the CLI tests' work folder.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "quilp32.h"
@@ -14,6 +15,11 @@ std::string WriteBmpFile(std::string const& name, DibInfo const* dib);
 }  // namespace cli_test
 
 namespace cli_test {
+
+struct DibDeleter {
+  void operator()(DibInfo* d) const { DibFree(d); }
+};
+using DibPtr = std::unique_ptr<DibInfo, DibDeleter>;
 
 // Reads a BMP file of the work folder as written by the tool (40-byte header, standard
 // palette); null when it is missing or not such a file. Release with DibFree.

@@ -42,6 +42,8 @@ std::string const& WorkDir() {
 
 std::string WorkPath(std::string const& name) { return WorkDir() + "/" + name; }
 
+std::string ReadFile(std::string const& name) { return Slurp(WorkPath(name)); }
+
 void WriteFile(std::string const& name, std::string const& bytes) {
   std::ofstream(WorkPath(name), std::ios::binary) << bytes;
 }

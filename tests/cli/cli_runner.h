@@ -15,5 +15,7 @@ Outcome Quilp(std::string const& args);
 // The work folder (created on first use) and a path inside it.
 std::string WorkPath(std::string const& name);
 void WriteFile(std::string const& name, std::string const& bytes);
+// The bytes of a file of the work folder ("" when it is missing).
+std::string ReadFile(std::string const& name);
 
 }  // namespace cli_test

@@ -18,16 +18,6 @@ using namespace cli_test;
 
 namespace {
 
-struct DibDeleter {
-  void operator()(DibInfo* d) const { DibFree(d); }
-};
-using DibPtr = std::unique_ptr<DibInfo, DibDeleter>;
-
-std::string Slurp(std::string const& name) {
-  std::ifstream in(WorkPath(name), std::ios::binary);
-  return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-}
-
 // Colour, grey and 1-bit sources of an odd width at 150 dpi.
 std::string Source(int bits) {
   std::string const name = "fmt-src" + std::to_string(bits) + ".bmp";
@@ -86,7 +76,7 @@ TEST(CliFormats, DamagedFilesAndForgedSizesGetOneLine) {
   for (char const* ext : {"png", "tif", "jpg", "pnm"}) {
     std::string const good = std::string("fmt-good.") + ext;
     ASSERT_EQ(Quilp("copy " + src + " " + good).status, 0);
-    std::string const bytes = Slurp(good);
+    std::string const bytes = ReadFile(good);
     std::string junk = bytes.substr(0, 16);
     for (std::size_t i = 16; i < 400; ++i) junk += char(i * 37 + 11);
     struct Damage { std::string name, bytes; char const* says; };

@@ -24,11 +24,9 @@ struct PageReport {
   int borderPixels = 0, holes = 0;
   bool flattened = false, despeckled = false;
   int outputBits = 0;
-  double milliseconds = 0.0;
+  double milliseconds = 0.0;     // wall time of the steps (no file input or output)
+  double cpuMilliseconds = 0.0;  // processor time of the cleaning thread for the same steps
 };
-
-// Steps that need library operations this build does not have yet (shown by --help).
-std::vector<std::string> MissingCleanSteps();
 
 // The cleaned page, or a CliError saying which step failed.
 Dib CleanPage(DibInfo const* page, CleanSettings const& settings, PageReport& report);

@@ -128,7 +128,8 @@ std::string CleanLog::Json(bool interrupted) const {
         << ", \"deskewed\": " << (r.deskewed ? "true" : "false") << ", \"borderPixels\": " << r.borderPixels
         << ", \"holes\": " << r.holes << ", \"flattened\": " << (r.flattened ? "true" : "false")
         << ", \"despeckled\": " << (r.despeckled ? "true" : "false") << ", \"bits\": " << r.outputBits
-        << ", \"milliseconds\": " << int(r.milliseconds + 0.5);
+        << ", \"milliseconds\": " << int(r.milliseconds + 0.5)
+        << ", \"cpuMilliseconds\": " << int(r.cpuMilliseconds + 0.5);
     }
     j << "}";
     sep = ",\n";

@@ -128,9 +128,7 @@ std::string HelpText() {
       "Options: --jobs N (default: the cores), --format bmp|png|tiff|jpeg|pnm, --multipage (one TIFF\n"
       "per input), --tiff-lzw, --jpeg-quality Q, --overwrite (else existing outputs are skipped),\n"
       "--report FILE.json, --quiet (no progress bar).\n"
-      "Pages larger than 150 million pixels are refused (QUILP_MAX_PIXELS raises the cap).\n"
-      "Not yet available in this build:";
-  for (std::string const& step : MissingCleanSteps()) text += "\n  " + step;
+      "Pages larger than 150 million pixels are refused (QUILP_MAX_PIXELS raises the cap).";
   return text;
 }
 
@@ -201,7 +199,7 @@ int RunClean(Args const& args) {
     std::string const json = log.Json(interrupted);
     WriteFileAtomically(args.Get("report"), std::vector<unsigned char>(json.begin(), json.end()));
   }
-  std::fprintf(log.Failed() ? stderr : stdout, "%s\n", summary.c_str());
+  std::fprintf(log.Failed() || interrupted ? stderr : stdout, "%s\n", summary.c_str());
   return interrupted ? 130 : log.Failed() ? 1 : 0;
 }
 

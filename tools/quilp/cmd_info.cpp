@@ -18,6 +18,7 @@ char const* CanonicalGradeInWords(std::string const& path) {
   std::ifstream in(path, std::ios::binary);
   unsigned char file[14 + 40 + sizeof raw.palette] = {};
   in.read(reinterpret_cast<char*>(file), sizeof file);
+  if (file[0] != 'B' || file[1] != 'M') return "not graded: the file holds no record (not BMP)";
   std::memcpy(static_cast<tagBITMAPINFOHEADER*>(&raw.header), file + 14, 40);
   std::memcpy(raw.palette, file + 14 + 40, sizeof raw.palette);
   switch (DibIsCanonical(&raw.header, static_cast<DibDirection>(0))) {
