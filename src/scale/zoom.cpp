@@ -124,13 +124,6 @@ void ZoomSeparable(DibView const& dst, DibView const& src, Layout const& l, Zoom
   }
 }
 
-// The same area seen with its rows in the opposite order.
-DibView UpsideDown(DibView v) {
-  v.top = v.Row(v.height - 1);
-  v.step = -v.step;
-  return v;
-}
-
 }  // namespace
 
 bool DibZoomView(DibView const& dst, DibView const& src, int bitCount, ZoomResult result) {
