@@ -68,4 +68,5 @@ PYBIND11_MODULE(quilp, m) {
   quilp_py::BindGeometry(m);
   quilp_py::BindScaling(m);
   quilp_py::BindMorphology(m);
+  quilp_py::BindClean(m);
 }

@@ -39,5 +39,6 @@ void BindMeasures(py::module_& m);    // skew, difference, variance
 void BindGeometry(py::module_& m);    // rotation, turns, deskewing, orientation
 void BindScaling(py::module_& m);     // previews and upscaling
 void BindMorphology(py::module_& m);  // elements, despeckling, distances, skeletons
+void BindClean(py::module_& m);       // the cleaning pipeline of the tool
 
 }  // namespace quilp_py

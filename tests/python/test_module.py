@@ -186,3 +186,16 @@ def test_morphology_and_scaling_against_numpy(page):
     assert not quilp.despeckle(speck).any() and quilp.squeeze(speck, 4)[30, 30]
     corners = quilp.morph(ink, "hitmiss", ".0./.11/...")  # ink, ink to its right, paper above
     np.testing.assert_array_equal(corners[1:, :-1], ink[1:, :-1] & ink[1:, 1:] & ~ink[:-1, :-1])
+
+
+def test_clean_straightens_and_binarizes_a_turned_skewed_page():
+    from textpage import rotate_page, turn_page
+    truth = render_page(11, dpi=150, width_in=6, height_in=5)
+    scan = turn_page(rotate_page(truth, 3.0), 2).grey
+    page, report = quilp.clean(scan, dpi=150, report=True)
+    assert page.dtype == bool and page.shape == scan.shape
+    assert report["quarter_turns"] == 2 and report["skew_degrees"] == pytest.approx(3.0, abs=0.1)
+    grey = quilp.clean(scan, dpi=150, output="grey", despeckle=False)
+    assert grey.dtype == np.uint8 and abs(quilp.skew_angle(grey)) < 0.05
+    with pytest.raises(ValueError, match="output is"):
+        quilp.clean(scan, output="ink")
