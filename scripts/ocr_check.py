@@ -60,7 +60,7 @@ def ocr(path):
     return r.stdout
 
 
-def specs(count):
+def recipes(count):
     """Varied pages: every feature appears, mixed the same way on every run."""
     rng = random.Random(2024)
     out = []
@@ -79,7 +79,7 @@ def build(work, count, small):
     raw = os.path.join(work, "raw")
     os.makedirs(raw, exist_ok=True)
     pages = []
-    for s in (specs(count) if not small else [
+    for s in (recipes(count) if not small else [
             dict(seed=7, dpi=200, skew=0.0, quarters=0, light=0.35, noise=10.0, stamp=False, border=True,
                  holes=False, font="serif", ext=".png"),
             dict(seed=8, dpi=300, skew=0.0, quarters=0, light=0.0, noise=6.0, stamp=True, border=False,

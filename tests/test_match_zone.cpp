@@ -18,14 +18,14 @@ namespace {
 
 // A grey page of text-like strokes, small enough for quick tests.
 DibPtr GreyPage(bool topDown) {
-  quilp_pages::PageSpec spec;
-  spec.width = 600;
-  spec.height = 500;
-  spec.dpi = 150;
-  spec.bitCount = 8;
-  spec.topDown = topDown;
-  spec.stamp = false;
-  return DibPtr(quilp_pages::MakePage(spec));
+  quilp_pages::PageSpec layout;
+  layout.width = 600;
+  layout.height = 500;
+  layout.dpi = 150;
+  layout.bitCount = 8;
+  layout.topDown = topDown;
+  layout.stamp = false;
+  return DibPtr(quilp_pages::MakePage(layout));
 }
 
 // The page moved by (dx, dy) (bilinear), with noise of +-amplitude levels.

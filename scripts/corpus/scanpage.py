@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Scanned-looking pages made from textpage.py's truth pages, for the cleaning quality check.
 
-scan_page(seed, spec) renders a page of real text and degrades it the way scanners and
+scan_page(seed, recipe) renders a page of real text and degrades it the way scanners and
 phones do, keeping the truth text: skew, quarter turns, uneven light, noise, a coloured
 stamp, a dark scanner border and punch holes. save_scan writes it as PNG, TIFF or JPEG with
 its resolution. Run with Debian's /usr/bin/python3.
