@@ -65,15 +65,6 @@ void AddBlocks(uint8_t const* grey, int width, int factor, uint32_t* acc) {
 
 }  // namespace
 
-DibView GreyImage::View() {
-  DibView v;
-  v.base = v.top = pixels.data();
-  v.step = width;
-  v.width = width;
-  v.height = height;
-  return v;
-}
-
 bool ReducedGrey(DibView const& src, int bitsPerPixel, int factor, GreyImage& out) {
   if (factor < 1 || (bitsPerPixel != 1 && bitsPerPixel != 8 && bitsPerPixel != 24 &&
                      bitsPerPixel != 32))

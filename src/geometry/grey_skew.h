@@ -5,18 +5,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "record/grey_image.h"
 #include "record/view.h"
 
 namespace quilp {
 
-// An 8-bit grey image of our own, top-down.
-struct GreyImage {
-  int width = 0, height = 0;
-  std::vector<uint8_t> pixels;
-  uint8_t* Row(int y) { return pixels.data() + std::size_t(y) * std::size_t(width); }
-  uint8_t const* Row(int y) const { return pixels.data() + std::size_t(y) * std::size_t(width); }
-  DibView View();
-};
 
 // Grey of a 1-, 8-, 24- or 32-bit area reduced by `factor` (>= 1) in both directions: each
 // factor x factor block (cut at the right and bottom edges) becomes the rounded mean of its

@@ -17,18 +17,12 @@
 #include <cstdint>
 #include <vector>
 
+#include "record/grey_image.h"
 #include "morph/ink_bits.h"
 #include "morph/struct_element.h"
 
 namespace quilp {
 
-// An 8-bit area in visual order, rows of `width` bytes.
-struct GreyImage {
-  int width = 0, height = 0;
-  std::vector<uint8_t> pixels;
-  uint8_t* Row(int y) { return pixels.data() + std::size_t(y) * std::size_t(width); }
-  uint8_t const* Row(int y) const { return pixels.data() + std::size_t(y) * std::size_t(width); }
-};
 
 // dst = erosion (dilate false) or dilation of src by the union of the bars (at least one).
 // False when memory runs out.
