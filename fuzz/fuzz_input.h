@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <memory>
 
 #include "quilp32.h"
@@ -32,6 +33,15 @@ class Input {
     if (pick == 0xF2) return -1;
     uint32_t const v = uint32_t(Byte()) << 8 | Byte();
     return lo + int(v % uint32_t(int64_t(hi) - lo + 1));
+  }
+  // lo..hi in 65536 steps, with NaN, an infinity or a tiny value now and then.
+  double Real(double lo, double hi) {
+    uint8_t const pick = Byte();
+    if (pick == 0xF0) return std::numeric_limits<double>::quiet_NaN();
+    if (pick == 0xF1) return (Flag() ? 1 : -1) * std::numeric_limits<double>::infinity();
+    if (pick == 0xF2) return 1e-12;
+    uint32_t const v = uint32_t(Byte()) << 8 | Byte();
+    return lo + (hi - lo) * v / 65535.0;
   }
   int Depth() {
     static int const depths[] = {1, 8, 24, 32, 8, 24, 4, 16};
@@ -62,15 +72,17 @@ class Input {
     p = {Int(-2, 40), Int(-2, 40)};
     return &p;
   }
-  // Up to three key/value pairs from a small vocabulary of the keys the exports read.
-  int Keys(char const* names[3], char const* values[3]) {
+  // Up to three key/value pairs from a small vocabulary of the keys the exports read (or
+  // from the caller's own keys).
+  template <std::size_t N = 10>
+  int Keys(char const* names[3], char const* values[3], char const* const (*own)[N] = nullptr) {
     static char const* const keys[] = {"oper", "hSize", "vSize", "xDPI", "yDPI", "method",
                                        "threshold", "level", "p1", "x"};
     static char const* const texts[] = {"0", "1", "-1", "3", "255", "300", "2147483648",
                                         "-99999999999", "12px", "", " 7", "x"};
     int const n = Byte() % 4;
     for (int i = 0; i < n; ++i) {
-      names[i] = keys[Byte() % 10];
+      names[i] = own ? (*own)[Byte() % N] : keys[Byte() % 10];
       values[i] = texts[Byte() % 12];
     }
     return n;

@@ -40,7 +40,7 @@ void PhasedCubicRow(int32_t* out, uint8_t const* row, int first, int last,
 }
 
 UpscaleRows MakeUpscaleRows() {
-  return UpscaleRows{VerticalCubicRow, PhasedCubicRow<2>, PhasedCubicRow<3>, PhasedCubicRow<4>};
+  return UpscaleRows{VerticalCubicRow, {PhasedCubicRow<2>, PhasedCubicRow<3>, PhasedCubicRow<4>}};
 }
 
 }  // namespace
