@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "geometry/edge_pair_skew.h"
+#include "geometry/hough_transform.h"
+#include "geometry/row_table.h"
 #include "quilp32.h"
 #include "support/images.h"
 #include "support/skew_pages.h"
@@ -36,6 +38,51 @@ DibPtr Segments(int width, int height, std::vector<std::pair<int, int>> const& a
 }
 
 }  // namespace
+
+// The paper level both skew methods measure ink from, on pictures whose levels are counted by
+// hand: the Hough transform's lower median (sampled on large areas) and the edge pairs' walk
+// down from white over the interior, against half the whole area.
+TEST(SkewPaperLevel, BothMethodsOnCountedPictures) {
+  // Hough: rows y % 16 == 8, even columns, are the sample; left half 100, right half 180.
+  auto sample = [](int x, int y, int w) { return y % 16 == 8 && x % 2 == 0 ? (x < w / 2 ? 100 : 180) : 0; };
+  int const seven[] = {9, 3, 250, 3, 77, 9, 200};  // sorted: 3 3 9 [9] 77 200 250
+  // Edge pairs on 100 x 100: a margin of 255 around 8100 interior pixels, the first `light`
+  // of them (row by row) at 250, the rest at 180; half the area is 5000.
+  auto interior = [](int x, int y, int light) {
+    bool const inside = x >= 5 && x < 95 && y >= 5 && y < 95;
+    return !inside ? 255 : (y - 5) * 90 + (x - 5) < light ? 250 : 180;
+  };
+  struct Case {
+    char const* what;
+    bool hough;
+    int w, h, arg, want;
+  } const cases[] = {
+      {"hough: half at 40 takes the lower", true, 10, 10, 50, 40},
+      {"hough: 49 at 40", true, 10, 10, 49, 200},
+      {"hough: odd count", true, 7, 1, 0, 9},
+      {"hough: sampled 32 x 128", true, 32, 128, 0, 100},
+      {"hough: sampled 16 x 128", true, 16, 128, 0, 100},
+      {"hough: every pixel below 16 wide", true, 15, 128, 0, 0},
+      {"hough: every pixel below 128 high", true, 32, 127, 0, 0},
+      {"edges: 3600 light", false, 100, 100, 3600, 180},
+      {"edges: 5000 light reach half", false, 100, 100, 5000, 250},
+      {"edges: 4999 light do not", false, 100, 100, 4999, 180},
+      {"edges: interior under half the area", false, 30, 30, 8100, 0},
+  };
+  for (Case const& c : cases)
+    for (bool topDown : {false, true}) {
+      DibPtr dib(DibCreate(c.w, topDown ? -c.h : c.h, 0, 0, 8));
+      for (int y = 0; y < c.h; ++y)
+        for (int x = 0; x < c.w; ++x)
+          Px(dib.get(), x, y) = uint8_t(!c.hough ? interior(x, y, c.arg)
+                                        : c.h == 1 ? seven[x]
+                                        : c.h == 10 ? (x + 10 * y < c.arg ? 40 : 200)
+                                                    : sample(x, y, c.w));
+      quilp::DibView const v = quilp::MakeView(dib.get());
+      EXPECT_EQ(c.hough ? quilp::HoughPaperLevel(quilp::RowsOf(v)) : quilp::EdgePairPaperLevel(v),
+                c.want) << c.what << (topDown ? ", top-down" : "");
+    }
+}
 
 TEST(EdgePairPeak, LastOfEqualMaximaAndBroadPeaksOverSpikes) {
   Votes none;

@@ -61,7 +61,9 @@ class EdgePoints {
   std::size_t size_ = 0, capacity_ = 0;
 };
 
-int PaperLevel(DibView const& img) {
+}  // namespace
+
+int EdgePairPaperLevel(DibView const& img) {
   // Four histograms side by side, so that runs of one level do not wait on one counter.
   uint32_t part[4][256] = {};
   for (int y = kMargin; y < img.height - kMargin; ++y) {
@@ -83,6 +85,8 @@ int PaperLevel(DibView const& img) {
   }
   return 0;
 }
+
+namespace {
 
 // Both tests are monotone in the level: dark below darkBelow, light from lightFrom on.
 bool FindEdges(DibView const& img, int paper, EdgePoints& points) {
@@ -178,7 +182,7 @@ int EdgePairSlope(int const* counts) {
 
 bool DibEdgePairSkew(DibView const& img, int& tangent) {
   tangent = 0;
-  int const paper = PaperLevel(img);
+  int const paper = EdgePairPaperLevel(img);
   if (paper == 0) return true;  // nothing lighter than black: no edges to measure
   EdgePoints points;
   if (!FindEdges(img, paper, points)) return false;

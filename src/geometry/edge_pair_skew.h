@@ -9,6 +9,10 @@ namespace quilp {
 // pairs two 20-column bands apart; tangent is the winning slope in units of 1/1024 (0 when
 // nothing is found). False only when the point array cannot grow (tangent is then 0).
 bool DibEdgePairSkew(DibView const& img, int& tangent);
+// The paper level L of step 1: walking down from 255 through the histogram of the area less
+// 5 pixels at every edge, the first level whose running count reaches half the whole area's
+// pixels (width * height / 2); 0 when none does (always for areas 10 pixels or less across).
+int EdgePairPaperLevel(DibView const& img);
 
 // Slopes voted: -399..399 (units of 1/1024), held at counts[slope + kEdgePairSlopes].
 inline constexpr int kEdgePairSlopes = 400;

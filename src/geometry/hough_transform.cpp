@@ -49,10 +49,10 @@ constexpr int kExactRadius = 6;       // straight rows on either side of the coa
 constexpr int kExactStep = 6;         // rows a side of the window grows by
 constexpr int kExactSpan = 40;        // the farthest a straight row lies from the coarse peak
 
-// The median grey level, from every other pixel of every sixteenth row (every pixel of areas
-// too small for that), counted in four histograms so that runs of one level do not wait on
-// one counter.
-int PaperLevel(RowTable const& src) {
+}  // namespace
+
+// Counted in four histograms so that runs of one level do not wait on one counter.
+int HoughPaperLevel(RowTable const& src) {
   bool const sparse = src.width >= 16 && src.height >= 128;
   int const rowStep = sparse ? 16 : 1, step = sparse ? 2 : 1;
   uint64_t part[4][256] = {};
@@ -70,6 +70,8 @@ int PaperLevel(RowTable const& src) {
   }
   return 255;
 }
+
+namespace {
 
 int64_t FloorDiv(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
 
@@ -313,7 +315,7 @@ DibInfo* Transform(RowTable const& src, bool horizontal, int depth) {
                                      : HoughGeometryFor(src.height, src.width);
   HoughRowKernels const& rk = HoughRowKernelsActive();
   Bands bands;
-  LoadBands(src, horizontal, g, PaperLevel(src), rk, bands);
+  LoadBands(src, horizontal, g, HoughPaperLevel(src), rk, bands);
 
   // The coarse transform in both directions: forward (descending lines) and on the lanes in
   // reverse order (rising lines, which start at the right edge, hence the rotation below).

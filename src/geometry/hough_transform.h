@@ -27,6 +27,10 @@ struct HoughGeometry {
   int coarseLanes = 0;  // lanes of the coarse transform (a power of two dividing bands)
 };
 HoughGeometry HoughGeometryFor(int across, int along);
+// The paper level the ink is measured from: the median grey level (the lower of two middle
+// values), from every other pixel of every sixteenth row starting at row 8 when the area is at
+// least 16 wide and 128 high, else from every pixel.
+int HoughPaperLevel(RowTable const& src);
 
 // The transform of an 8-bit area (mode 2: nearly horizontal lines, mode 1: nearly vertical),
 // as a new top-down record of depth 8 or 32. Null on allocation failure.
