@@ -73,8 +73,7 @@ TEST(BinarizeSimd, ExportsGiveTheSameImagesOnEveryPath) {
       DibPtr grey = RandomDib(width + 3, 9, 8, topDown, uint32_t(width * 5 + topDown));
       DibPtr colour = RandomDib(width + 3, 9, 24, topDown, uint32_t(width * 7 + topDown));
       tagRect32 rect{1, 1, width, 7};
-      auto run = [&](Tier tier) {
-        ScopedTier cap(tier);
+      ExpectSameOnEveryTier([&] {
         std::vector<DibPtr> out;
         out.emplace_back(DibBinarizeSimple(grey.get(), 131, false, &rect));
         out.emplace_back(DibBinarizeSimple(grey.get(), 0, true, &rect));
@@ -85,16 +84,6 @@ TEST(BinarizeSimd, ExportsGiveTheSameImagesOnEveryPath) {
         DibBinarizeEx(ex, grey.get(), 2, 0, 0, 0, nullptr, nullptr, &rect, &at);
         out.emplace_back(ex);
         return out;
-      };
-      std::vector<DibPtr> const want = run(Tier::kScalar);
-      for (Tier tier : VectorTiers()) {
-        std::vector<DibPtr> const got = run(tier);
-        for (std::size_t i = 0; i < want.size(); ++i) {
-          ASSERT_TRUE(want[i] && got[i]);
-          ASSERT_EQ(want[i]->biSizeImage, got[i]->biSizeImage);
-          EXPECT_EQ(0, std::memcmp(want[i]->BitsPtr(), got[i]->BitsPtr(), want[i]->biSizeImage))
-              << quilp::simd::TierName(tier) << " width " << width << " result " << i;
-        }
-      }
+      }, WidthAndOrder(width, topDown));
     }
 }

@@ -19,12 +19,6 @@ using quilp::simd::Tier;
 
 namespace {
 
-std::vector<Tier> AllTiers() {
-  std::vector<Tier> tiers{Tier::kScalar};
-  for (Tier t : VectorTiers()) tiers.push_back(t);
-  return tiers;
-}
-
 quilp::DropoutKernels const& TableFor(Tier t) {
   return t == Tier::kAvx2 ? quilp::DropoutKernelsAvx2() : quilp::DropoutKernelsSse41();
 }
@@ -49,7 +43,7 @@ TEST(DropoutSimd, OneColourIsExactOverTheWholeColourCube) {
         row[3 * i + 2] = uint8_t(red);
         want[i] = uint8_t(ref(i & 255, i >> 8, red));
       }
-      for (Tier tier : AllTiers()) {
+      for (Tier tier : ScalarAndVectorTiers()) {
         ScopedTier cap(tier);
         DibPtr out(DibSupressColor(cube.get(), &colour, nullptr));
         ASSERT_NE(out, nullptr);
@@ -139,22 +133,12 @@ TEST(DropoutSimd, ExportsGiveTheSameImagesOnEveryPath) {
     for (bool topDown : {false, true}) {
       DibPtr src = RandomDib(width + 3, 9, 24, topDown, uint32_t(width * 2 + topDown));
       tagRect32 rect{1, 1, width, 7};
-      auto run = [&](Tier tier) {
-        ScopedTier cap(tier);
+      ExpectSameOnEveryTier([&] {
         std::vector<DibPtr> out;
         out.emplace_back(DibSupressColor(src.get(), &colour, &rect));
         out.emplace_back(DibSupressColors(src.get(), 2, keep, 9, drop, &rect));
         out.emplace_back(DibSupressColors(src.get(), 1, keep, 0, drop, &rect));
         return out;
-      };
-      std::vector<DibPtr> want = run(Tier::kScalar);
-      for (Tier tier : VectorTiers()) {
-        std::vector<DibPtr> got = run(tier);
-        for (std::size_t i = 0; i < want.size(); ++i) {
-          ASSERT_TRUE(want[i] && got[i]);
-          ASSERT_EQ(std::memcmp(want[i]->BitsPtr(), got[i]->BitsPtr(), want[i]->biSizeImage), 0)
-              << quilp::simd::TierName(tier) << " width " << width << " form " << i;
-        }
-      }
+      }, WidthAndOrder(width, topDown));
     }
 }

@@ -285,69 +285,48 @@ TEST(SuppressColorsEx, AnswersTheGreyRouteOfTheDepthConversion) {
   }
 }
 
+// Every refusal gives -1, makes nothing and leaves a caller's target alone.
 TEST(SuppressColorsEx, FailureCodes) {
-  DibPtr src = RandomDib(8, 5, 24, false, 7);
-  DibPtr grey = RandomDib(8, 5, 8, false, 8);
-  DibPtr small = RandomDib(4, 5, 8, false, 9);
-  DibPtr wrongDepth = RandomDib(8, 5, 24, false, 10);
-  std::vector<std::array<unsigned char, 3>> const none;
+  DibPtr src = RandomDib(8, 5, 24, false, 7), grey = RandomDib(8, 5, 8, false, 8);
+  DibPtr small = RandomDib(4, 5, 8, false, 9), wrongDepth = RandomDib(8, 5, 24, false, 10);
   std::size_t const live = quilp::block::LiveCount();
+  tagRect32 outside{9, 0, 12, 3};
   struct Case {
     char const* what;
-    int want;
-    std::function<int(DibInfo*&)> call;
-  };
-  tagRect32 outside{9, 0, 12, 3};
-  Case const cases[] = {
-      {"null source", -1, [&](DibInfo*& d) { return Convert(d, nullptr, none, 0, 0, 0, Keys{}); }},
-      {"8-bit source", -1, [&](DibInfo*& d) { return Convert(d, grey.get(), none, 0, 0, 0, Keys{}); }},
-      {"rectangle outside", -1,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 0, 0, Keys{}, &outside); }},
-      {"negative colour count", -1,
-       [&](DibInfo*& d) {
-         return DibSuppressColorsEx(d, src.get(), -1, nullptr, 0, 0, 0, 0, 0, 0, nullptr, nullptr,
-                                    nullptr, nullptr);
-       }},
-      {"null colours", -1,
-       [&](DibInfo*& d) {
-         return DibSuppressColorsEx(d, src.get(), 2, nullptr, 0, 0, 0, 0, 0, 0, nullptr, nullptr,
-                                    nullptr, nullptr);
-       }},
-      {"list without names", -1,
-       [&](DibInfo*& d) {
-         return DibSuppressColorsEx(d, src.get(), 0, nullptr, 0, 0, 0, 0, 0, 2, nullptr, nullptr,
-                                    nullptr, nullptr);
-       }},
-      {"mulS 0", -1, [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 0, 0, Keys{{"mulS", "0"}}); }},
-      {"weights summing to 0", -1,
-       [&](DibInfo*& d) {
-         return Convert(d, src.get(), none, 0, 0, 0, Keys{{"mulB", "-170"}});
-       }},
-      {"black point above white point", -1,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, 200, 100, 0, Keys{}); }},
-      {"black point negative", -1,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, -1, 0, 0, Keys{}); }},
-      {"white point above 255", -1,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 256, 0, Keys{}); }},
-      {"mid-tone outside the points", -1,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, 10, 100, 100, Keys{}); }},
-      {"negative hSize", -1,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 0, 0, Keys{{"hSize", "-3"}}); }},
-      {"negative vSize", -1,
-       [&](DibInfo*& d) { return Convert(d, src.get(), none, 0, 0, 0, Keys{}, nullptr, nullptr, 3, -1); }},
+    DibInfo const* src;
+    DibInfo* dest;
+    int colours, l0, l1, l2, hSize, vSize;
+    Keys keys;
+    tagRect32 const* rect;
+  } const cases[] = {
+      {"null source", nullptr, nullptr, 0, 0, 0, 0, 0, 0, {}, nullptr},
+      {"8-bit source", grey.get(), nullptr, 0, 0, 0, 0, 0, 0, {}, nullptr},
+      {"rectangle outside", src.get(), nullptr, 0, 0, 0, 0, 0, 0, {}, &outside},
+      {"negative colour count", src.get(), nullptr, -1, 0, 0, 0, 0, 0, {}, nullptr},
+      {"null colours", src.get(), nullptr, 2, 0, 0, 0, 0, 0, {}, nullptr},
+      {"mulS 0", src.get(), nullptr, 0, 0, 0, 0, 0, 0, {{"mulS", "0"}}, nullptr},
+      {"weights summing to 0", src.get(), nullptr, 0, 0, 0, 0, 0, 0, {{"mulB", "-170"}}, nullptr},
+      {"black point above white point", src.get(), nullptr, 0, 200, 100, 0, 0, 0, {}, nullptr},
+      {"black point negative", src.get(), nullptr, 0, -1, 0, 0, 0, 0, {}, nullptr},
+      {"white point above 255", src.get(), nullptr, 0, 0, 256, 0, 0, 0, {}, nullptr},
+      {"mid-tone outside the points", src.get(), nullptr, 0, 10, 100, 100, 0, 0, {}, nullptr},
+      {"negative hSize", src.get(), nullptr, 0, 0, 0, 0, 0, 0, {{"hSize", "-3"}}, nullptr},
+      {"negative vSize", src.get(), nullptr, 0, 0, 0, 0, 3, -1, {}, nullptr},
+      {"target too small", src.get(), small.get(), 0, 0, 0, 0, 0, 0, {}, nullptr},
+      {"target not 8-bit", src.get(), wrongDepth.get(), 0, 0, 0, 0, 0, 0, {}, nullptr},
   };
   for (Case const& c : cases) {
-    DibInfo* dest = nullptr;
-    EXPECT_EQ(c.call(dest), c.want) << c.what;
+    DibInfo* dest = c.dest;
+    EXPECT_EQ(DibSuppressColorsEx(dest, c.src, c.colours, nullptr, c.hSize, c.vSize, c.l0, c.l1,
+                                  c.l2, c.keys.count(), c.keys.n.data(), c.keys.v.data(), c.rect,
+                                  nullptr), -1) << c.what;
+    EXPECT_EQ(dest, c.dest) << c.what;
   }
-  // Unsuitable targets given by the caller are refused and left alone.
-  DibInfo* dest = small.get();
-  EXPECT_EQ(Convert(dest, src.get(), none, 0, 0, 0, Keys{}), -1);
-  dest = wrongDepth.get();
-  EXPECT_EQ(Convert(dest, src.get(), none, 0, 0, 0, Keys{}), -1);
+  DibInfo* dest = nullptr;
+  EXPECT_EQ(DibSuppressColorsEx(dest, src.get(), 0, nullptr, 0, 0, 0, 0, 0, 2, nullptr, nullptr,
+                                nullptr, nullptr), -1);  // a list without names
   EXPECT_EQ(quilp::block::LiveCount(), live);  // nothing made survives a failure
   // Keys are case-sensitive: "MulS" is no key, the default divisor stays.
-  DibInfo* out = nullptr;
-  EXPECT_EQ(Convert(out, src.get(), none, 0, 0, 0, Keys{{"MulS", "0"}}), 0);
-  DibFree(out);
+  EXPECT_EQ(Convert(dest, src.get(), {}, 0, 0, 0, Keys{{"MulS", "0"}}), 0);
+  DibFree(dest);
 }

@@ -10,7 +10,6 @@
 
 #include "params/plane.h"
 #include "quilp32.h"
-#include "record/global_block.h"
 #include "record/zone_copy.h"
 #include "support/images.h"
 
@@ -124,26 +123,6 @@ TEST(ZoneCopy, CopyZoneCopiesThePixelsOfTheClampedZone) {
                                        : Pixel(before.get(), x, y))
                   << x << "," << y;
         }
-}
-
-// Every source bit offset (zone left 0..7) and width 1..70 into a given destination.
-TEST(ZoneCopy, CopyZoneOneBitAtEveryOffsetAndWidth) {
-  uint32_t seed = 100;
-  for (bool srcTopDown : {false, true}) {
-    DibPtr src = RandomDib(80, 3, 1, srcTopDown, seed++);
-    for (int left = 0; left < 8; ++left)
-      for (int width = 1; width <= 70; ++width) {
-        DibPtr dest = RandomDib(72, 3, 1, !srcTopDown, seed);
-        DibPtr before = RandomDib(72, 3, 1, !srcTopDown, seed++);
-        tagRect32 rect{left, 0, left + width - 1, 2};
-        DibInfo* d = dest.get();
-        ASSERT_TRUE(DibCopyZone(d, src.get(), &rect));
-        for (int y = 0; y < 3; ++y)
-          for (int x = 0; x < 72; ++x)
-            ASSERT_EQ(Bit(d, x, y), x < width ? Bit(src.get(), left + x, y) : Bit(before.get(), x, y))
-                << "left " << left << " width " << width << " at " << x << "," << y;
-      }
-  }
 }
 
 TEST(ZoneCopy, CopyZoneRefusals) {
@@ -262,11 +241,4 @@ TEST(ZoneCopy, CopyZoneExCodes) {
   tagPoint32 at{2, 0};
   EXPECT_EQ(DibCopyZoneEx(s, src.get(), 0, nullptr, nullptr, nullptr, &at), -1);
   EXPECT_EQ(Snapshot(small.get()), snap);
-  std::size_t const live = quilp::block::LiveCount();
-  for (int i = 0; i < 3; ++i) {
-    DibInfo* o = nullptr;
-    ASSERT_EQ(DibCopyZoneEx(o, src.get(), 0, nullptr, nullptr, nullptr, nullptr), 0);
-    DibFree(o);
-  }
-  EXPECT_EQ(quilp::block::LiveCount(), live);
 }

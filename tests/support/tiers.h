@@ -3,9 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <string>
 #include <vector>
 
 #include "simd/cpu_features.h"
+#include "support/images.h"
 
 namespace testing_support {
 
@@ -35,6 +38,33 @@ inline std::vector<quilp::simd::Tier> ScalarAndVectorTiers() {
   std::vector<quilp::simd::Tier> tiers{quilp::simd::Tier::kScalar};
   for (auto t : VectorTiers()) tiers.push_back(t);
   return tiers;
+}
+
+// The records `make()` returns (a std::vector<DibPtr>) under each vector tier must hold the
+// bytes they hold under the scalar tier, row padding included. `what` names the case.
+template <class Make>
+void ExpectSameOnEveryTier(Make make, std::string const& what) {
+  std::vector<DibPtr> want;
+  {
+    ScopedTier scalar(quilp::simd::Tier::kScalar);
+    want = make();
+  }
+  for (auto tier : VectorTiers()) {
+    ScopedTier cap(tier);
+    std::vector<DibPtr> const got = make();
+    ASSERT_EQ(got.size(), want.size());
+    for (std::size_t i = 0; i < want.size(); ++i) {
+      ASSERT_TRUE(want[i] && got[i]) << what << ", result " << i;
+      ASSERT_EQ(want[i]->biSizeImage, got[i]->biSizeImage) << what << ", result " << i;
+      ASSERT_EQ(std::memcmp(want[i]->BitsPtr(), got[i]->BitsPtr(), want[i]->biSizeImage), 0)
+          << quilp::simd::TierName(tier) << ", " << what << ", result " << i;
+    }
+  }
+}
+
+// "width W, bottom-up" or "width W, top-down", for the cases of the loops above.
+inline std::string WidthAndOrder(int width, bool topDown) {
+  return "width " + std::to_string(width) + (topDown ? ", top-down" : ", bottom-up");
 }
 
 }  // namespace testing_support
