@@ -197,21 +197,6 @@ TEST(AdaptiveBinarize, PaperSurfaceMethodFindsInkUnderShadingAndFading) {
   EXPECT_LT(black, 150 * 200 / 1000);
 }
 
-TEST(AdaptiveBinarize, RowOrderDoesNotChangeTheResult) {
-  DibPtr up = ShadedTextPage(123, 91, 0.9);
-  DibPtr down(DibCreate(123, -91, 5906, 5906, 8));
-  for (int y = 0; y < 91; ++y) std::memcpy(down->GetLine(y), up->GetLine(y), 123);
-  for (int method : {4, 5, 6, 7}) {
-    SCOPED_TRACE(testing::Message() << "method " << method);
-    SDibBinarizeSetup const s{method, 2, 0, 0, 0};
-    DibPtr a(DibBinarizeCommon(up.get(), s, nullptr)), b(DibBinarizeCommon(down.get(), s, nullptr));
-    ASSERT_NE(a, nullptr);
-    ASSERT_NE(b, nullptr);
-    for (int y = 0; y < 91; ++y) ASSERT_EQ(0, std::memcmp(a->GetLine(y), b->GetLine(y), 16)) << y;
-    EXPECT_EQ(a->XPelsPerMeter(), 5906);
-  }
-}
-
 TEST(AdaptiveBinarize, Failures) {
   DibPtr grey = ShadedTextPage(40, 30, 0.5);
   DibPtr bits(DibCreate(40, 30, 0, 0, 1)), deep(DibCreate(40, 30, 0, 0, 32));

@@ -115,19 +115,6 @@ TEST(BinarizeEx, PlacesTheAreaAndTouchesNothingElse) {
         }
       }
   }
-  // A new target is made just large enough for point plus area; negative points mean (0, 0).
-  DibInfo* made = nullptr;
-  tagPoint32 at{5, 3};
-  ASSERT_EQ(DibBinarizeEx(made, grey.get(), 0, 120, 0, 0, nullptr, nullptr, nullptr, &at), 0);
-  EXPECT_EQ(made->Width(), 34);
-  EXPECT_EQ(made->Height(), 10);
-  ExpectSamePixels(made, 5, 3, plain.get());
-  DibFree(made);
-  tagPoint32 negative{-1, 5};
-  ASSERT_EQ(DibBinarizeEx(made, grey.get(), 0, 120, 0, 0, nullptr, nullptr, nullptr, &negative), 0);
-  EXPECT_EQ(made->Width(), 29);
-  EXPECT_EQ(made->Height(), 7);
-  DibFree(made);
 }
 
 TEST(BinarizeEx, ResultCodes) {

@@ -56,6 +56,8 @@ TEST(StorageOrder, ResultsDoNotDependOnTheSourceRowOrder) {
       {"colour sets", 24, [&](DibInfo* s, tagRect32* r) { return DibSupressColors(s, 1, keep, 2, drop, r); }},
       {"Otsu", 8, [](DibInfo* s, tagRect32* r) { return DibBinarizeOtsu(s, 3, 1, 2, false, r); }},
       {"threshold", 8, [](DibInfo* s, tagRect32* r) { return DibBinarizeSimple(s, 100, false, r); }},
+      {"Wolf-Jolion", 8, [](DibInfo* s, tagRect32* r) { return DibBinarizeNiblack(s, 2, 9, 0, r); }},
+      {"paper surface", 8, [](DibInfo* s, tagRect32* r) { return DibBinarizeStat(s, 0, 0, r); }},
       {"levels", 8, filter(256, 0)},
       {"minimum 3", 8, filter(258, 3)},
       {"opening 7", 8, filter(260, 7)},
