@@ -25,6 +25,19 @@ std::string WriteBmpFile(std::string const& name, DibInfo const* dib) {
   return name;
 }
 
+std::string WritePageFile(std::string const& name, quilp_pages::PageSpec const& layout,
+                          std::string const& bitsName) {
+  DibInfo* page = quilp_pages::MakePage(layout);
+  WriteBmpFile(name, page);
+  if (!bitsName.empty()) {
+    DibInfo* bits = DibBinarizeSimple(page, 150, false, nullptr);
+    WriteBmpFile(bitsName, bits);
+    DibFree(bits);
+  }
+  DibFree(page);
+  return name;
+}
+
 }  // namespace cli_test
 
 namespace cli_test {

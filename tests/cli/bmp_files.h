@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "pages/page_maker.h"
 #include "quilp32.h"
 
 namespace cli_test {
@@ -11,6 +12,11 @@ namespace cli_test {
 // Writes `dib` (header, palette, rows as stored) as the file `name` of this process's work
 // folder. Returns `name`, the file's path relative to the folder the tool runs in.
 std::string WriteBmpFile(std::string const& name, DibInfo const* dib);
+
+// Writes the made page as `name` and, when `bitsName` is given, its 1-bit threshold at 150
+// as `bitsName`. Returns `name`.
+std::string WritePageFile(std::string const& name, quilp_pages::PageSpec const& layout,
+                          std::string const& bitsName = "");
 
 }  // namespace cli_test
 

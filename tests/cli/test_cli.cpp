@@ -20,16 +20,8 @@ namespace {
 
 // A small colour page on disk.
 std::string SmallPage() {
-  static std::string const path = [] {
-    quilp_pages::PageSpec layout;
-    layout.width = 300;
-    layout.height = 200;
-    layout.dpi = 100;
-    DibInfo* page = quilp_pages::MakePage(layout);
-    std::string const name = WriteBmpFile("page.bmp", page);
-    DibFree(page);
-    return name;
-  }();
+  static std::string const path =
+      WritePageFile("page.bmp", {.width = 300, .height = 200, .dpi = 100});
   return path;
 }
 

@@ -26,15 +26,9 @@ using namespace cli_test;
 namespace {
 
 DibPtr Page(int bits, double skew, uint32_t seed, int width = 500, int height = 360) {
-  quilp_pages::PageSpec layout;
-  layout.width = width;
-  layout.height = height;
-  layout.dpi = 150;
-  layout.bitCount = bits;
-  layout.skewDegrees = skew;
-  layout.seed = seed;
-  layout.photo = false;
-  return DibPtr(quilp_pages::MakePage(layout));
+  return DibPtr(quilp_pages::MakePage({.width = width, .height = height, .dpi = 150,
+                                       .bitCount = bits, .skewDegrees = skew, .photo = false,
+                                       .seed = seed}));
 }
 
 // A TIFF of uncompressed 8-bit grey pages, written here byte by byte (so the tool reads a file

@@ -19,17 +19,8 @@ namespace {
 // A small colour page with its red stamp, and its grey.
 void Pages() {
   static bool const made = [] {
-    quilp_pages::PageSpec layout;
-    layout.width = 800;
-    layout.height = 600;
-    layout.dpi = 100;
-    DibInfo* page = quilp_pages::MakePage(layout);
-    WriteBmpFile("layers.bmp", page);
-    DibFree(page);
-    layout.bitCount = 8;
-    page = quilp_pages::MakePage(layout);
-    WriteBmpFile("layers-grey.bmp", page);
-    DibFree(page);
+    WritePageFile("layers.bmp", {.width = 800, .height = 600, .dpi = 100});
+    WritePageFile("layers-grey.bmp", {.width = 800, .height = 600, .dpi = 100, .bitCount = 8});
     return true;
   }();
   (void)made;

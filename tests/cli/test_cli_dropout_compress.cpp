@@ -16,17 +16,10 @@ using namespace cli_test;
 
 namespace {
 
-
 // A small page with a red stamp; and one pixel row of known colours.
 void Pages() {
   static bool const made = [] {
-    quilp_pages::PageSpec layout;
-    layout.width = 800;
-    layout.height = 600;
-    layout.dpi = 100;
-    DibInfo* page = quilp_pages::MakePage(layout);
-    WriteBmpFile("stamped.bmp", page);
-    DibFree(page);
+    WritePageFile("stamped.bmp", {.width = 800, .height = 600, .dpi = 100});
     DibInfo* row = DibCreate(3, 1, 0, 0, 24);
     unsigned char const px[3][3] = {{0, 0, 255}, {0, 0, 128}, {255, 0, 0}};  // blue first
     for (int i = 0; i < 3; ++i) std::memcpy(row->GetLine(0) + 3 * i, px[i], 3);

@@ -14,19 +14,9 @@ namespace {
 // A grey page and its 1-bit threshold, written under names of their own for each test (ctest
 // runs tests in parallel processes sharing the work folder).
 std::string GreyPage(std::string const& prefix) {
-  quilp_pages::PageSpec layout;
-  layout.width = 240;
-  layout.height = 160;
-  layout.dpi = 100;
-  layout.bitCount = 8;
-  layout.unevenness = 0.4;
-  DibInfo* page = quilp_pages::MakePage(layout);
-  WriteBmpFile(prefix + "-page.bmp", page);
-  DibInfo* bits = DibBinarizeSimple(page, 150, false, nullptr);
-  WriteBmpFile(prefix + "-bits.bmp", bits);
-  DibFree(bits);
-  DibFree(page);
-  return prefix + "-page.bmp";
+  return WritePageFile(prefix + "-page.bmp",
+                       {.width = 240, .height = 160, .dpi = 100, .bitCount = 8, .unevenness = 0.4},
+                       prefix + "-bits.bmp");
 }
 
 }  // namespace

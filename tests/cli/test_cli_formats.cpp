@@ -21,12 +21,8 @@ namespace {
 // Colour, grey and 1-bit sources of an odd width at 150 dpi.
 std::string Source(int bits) {
   std::string const name = "fmt-src" + std::to_string(bits) + ".bmp";
-  quilp_pages::PageSpec layout;
-  layout.width = 203;
-  layout.height = 101;
-  layout.dpi = 150;
-  layout.bitCount = bits == 24 ? 24 : 8;
-  DibPtr page(quilp_pages::MakePage(layout));
+  DibPtr page(quilp_pages::MakePage(
+      {.width = 203, .height = 101, .dpi = 150, .bitCount = bits == 24 ? 24 : 8}));
   if (bits == 1) page.reset(DibBinarizeSimple(page.get(), 160, false, nullptr));
   return WriteBmpFile(name, page.get());
 }

@@ -22,18 +22,8 @@ std::string Mine(std::string const& name) {
 
 // A small grey page skewed by 3 degrees, as Mine("page.bmp").
 std::string WritePage() {
-  quilp_pages::PageSpec layout;
-  layout.width = 620;
-  layout.height = 877;
-  layout.dpi = 75;
-  layout.bitCount = 8;
-  layout.skewDegrees = 3.0;
-  layout.photo = false;
-  layout.stamp = false;
-  DibInfo* page = quilp_pages::MakePage(layout);
-  std::string const name = WriteBmpFile(Mine("page.bmp"), page);
-  DibFree(page);
-  return name;
+  return WritePageFile(Mine("page.bmp"), {.width = 620, .height = 877, .dpi = 75, .bitCount = 8,
+                                          .skewDegrees = 3.0, .stamp = false, .photo = false});
 }
 
 }  // namespace

@@ -15,17 +15,8 @@ namespace {
 
 // A small grey page and its 1-bit threshold, under names of their own.
 void Pages(std::string const& prefix) {
-  quilp_pages::PageSpec layout;
-  layout.width = 240;
-  layout.height = 160;
-  layout.dpi = 100;
-  layout.bitCount = 8;
-  DibInfo* page = quilp_pages::MakePage(layout);
-  WriteBmpFile(prefix + "-grey.bmp", page);
-  DibInfo* bits = DibBinarizeSimple(page, 150, false, nullptr);
-  WriteBmpFile(prefix + "-bits.bmp", bits);
-  DibFree(bits);
-  DibFree(page);
+  WritePageFile(prefix + "-grey.bmp", {.width = 240, .height = 160, .dpi = 100, .bitCount = 8},
+                prefix + "-bits.bmp");
 }
 
 TEST(CliMorph, EveryCommandWritesAResult) {

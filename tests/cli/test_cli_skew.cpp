@@ -24,18 +24,8 @@ std::string Mine(std::string const& name) {
 // A grey page at 300 dpi skewed by 2 degrees and a 1-bit image, as Mine("skewed.bmp") and
 // Mine("bits.bmp").
 void WritePages() {
-  {
-    quilp_pages::PageSpec layout;
-    layout.width = 1240;
-    layout.height = 1754;
-    layout.bitCount = 8;
-    layout.skewDegrees = 2.0;
-    layout.noise = 8;
-    layout.photo = false;
-    DibInfo* page = quilp_pages::MakePage(layout);
-    WriteBmpFile(Mine("skewed.bmp"), page);
-    DibFree(page);
-  }
+  WritePageFile(Mine("skewed.bmp"), {.width = 1240, .height = 1754, .bitCount = 8,
+                                     .skewDegrees = 2.0, .photo = false, .noise = 8});
   DibInfo* bits = DibCreate(40, 40, 3937, 3937, 1);
   WriteBmpFile(Mine("bits.bmp"), bits);
   DibFree(bits);
