@@ -78,16 +78,6 @@ DibPtr GreyOf(DibInfo const* colour) {  // equal thirds, rounded
   return grey;
 }
 
-bool SamePixels(DibInfo const* a, DibInfo const* b) {
-  if (a->Width() != b->Width() || a->Height() != b->Height() ||
-      a->BitsPerPixel() != b->BitsPerPixel())
-    return false;
-  int const bytes = (a->Width() * a->BitsPerPixel() + 7) / 8;
-  for (int y = 0; y < a->Height(); ++y)
-    if (std::memcmp(a->GetLine(y), b->GetLine(y), bytes) != 0) return false;
-  return true;
-}
-
 // A page of text-like strokes: level `ink` on `paper`, optionally smoothed edges.
 DibPtr TextPage(int w, int h, int paper, int ink, int depth, bool topDown) {
   DibPtr page(DibCreate(w, topDown ? -h : h, 3937, 3937, depth));

@@ -64,8 +64,7 @@ DibPtr RandomShapes(int w, int h, bool topDown, uint32_t seed, int percentSet) {
 }  // namespace
 
 TEST(ErodeDilate, EqualsTheHalfPixelDistanceOnEveryPath) {
-  std::vector<Tier> tiers = VectorTiers();
-  tiers.insert(tiers.begin(), Tier::kScalar);
+  std::vector<Tier> const tiers = ScalarAndVectorTiers();
   int const amounts[] = {-127, -12, -5, -3, -2, -1, 0, 1, 2, 3, 5, 32};
   struct Shape { int w, h, left, top, right, bottom, density; };
   Shape const shapes[] = {
@@ -105,21 +104,15 @@ TEST(ErodeDilate, VectorPathsEqualScalarOnWideImages) {
   for (int w : {100, 257, 333})
     for (bool topDown : {false, true}) {
       DibPtr src = RandomShapes(w, 37, topDown, uint32_t(w), 80);
-      for (int amount : {-9, 4}) {
-        auto run = [&](Tier tier) {
-          ScopedTier cap(tier);
-          DibInfo* out = nullptr;
-          EXPECT_TRUE(DibErodeDilate(out, src.get(), amount, nullptr));
-          return DibPtr(out);
-        };
-        DibPtr want = run(Tier::kScalar);
-        for (Tier tier : VectorTiers()) {
-          DibPtr got = run(tier);
-          for (int y = 0; y < 37; ++y)
-            ASSERT_EQ(std::memcmp(want->GetLine(y), got->GetLine(y), std::size_t((w + 7) / 8)), 0)
-                << quilp::simd::TierName(tier) << " width " << w << " row " << y;
+      ExpectSameOnEveryTier([&] {
+        std::vector<DibPtr> out;
+        for (int amount : {-9, 4}) {
+          DibInfo* made = nullptr;
+          EXPECT_TRUE(DibErodeDilate(made, src.get(), amount, nullptr));
+          out.emplace_back(made);
         }
-      }
+        return out;
+      }, WidthAndOrder(w, topDown));
     }
 }
 

@@ -22,21 +22,6 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kDegree = kPi / 180.0;
 
-bool SamePixels(DibInfo const* a, DibInfo const* b) {
-  if (a->Width() != b->Width() || a->Height() != b->Height() ||
-      a->BitsPerPixel() != b->BitsPerPixel())
-    return false;
-  int const bits = a->Width() * a->BitsPerPixel();
-  for (int y = 0; y < a->Height(); ++y) {
-    if (std::memcmp(a->GetLine(y), b->GetLine(y), std::size_t(bits / 8))) return false;
-    if (bits % 8) {
-      uint8_t const mask = uint8_t(0xFF << (8 - bits % 8));
-      if ((a->GetLine(y)[bits / 8] ^ b->GetLine(y)[bits / 8]) & mask) return false;
-    }
-  }
-  return true;
-}
-
 // Pixel value (byte c) of any depth: 1-bit pixels read 0 or 1.
 int Value(DibInfo const* d, int x, int y, int c = 0) {
   return d->BitsPerPixel() == 1 ? Bit(d, x, y) : Px(d, x, y, c);

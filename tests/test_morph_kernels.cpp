@@ -121,8 +121,7 @@ void CheckRect(int depth, int width, int height, bool topDown, int hSize, int vS
 }  // namespace
 
 TEST(MorphKernels, RectangleEqualsBruteForceOnEveryDepthAndPath) {
-  std::vector<Tier> tiers = VectorTiers();
-  tiers.insert(tiers.begin(), Tier::kScalar);
+  std::vector<Tier> const tiers = ScalarAndVectorTiers();
   int const sizes[][2] = {{1, 1}, {0, 2}, {3, 0}, {2, 5}, {7, 3}, {0, 0}, {20, 1}};
   for (Tier tier : tiers) {
     ScopedTier cap(tier);
@@ -142,8 +141,7 @@ TEST(MorphKernels, RectangleEqualsBruteForceOnEveryDepthAndPath) {
 
 // Wide areas reach every vector strip width and the band transposition's overlapping tail.
 TEST(MorphKernels, WideAreasAndTallBandsOnEveryPath) {
-  std::vector<Tier> tiers = VectorTiers();
-  tiers.insert(tiers.begin(), Tier::kScalar);
+  std::vector<Tier> const tiers = ScalarAndVectorTiers();
   for (Tier tier : tiers) {
     ScopedTier cap(tier);
     SCOPED_TRACE(quilp::simd::TierName(tier));
@@ -158,8 +156,7 @@ TEST(MorphKernels, WideAreasAndTallBandsOnEveryPath) {
 
 TEST(MorphKernels, InPlaceAndTheBitsBeyondA1BitArea) {
   // In place: the same area as source and destination, small and large windows, every path.
-  std::vector<Tier> tiers = VectorTiers();
-  tiers.insert(tiers.begin(), Tier::kScalar);
+  std::vector<Tier> const tiers = ScalarAndVectorTiers();
   int const sizes[][2] = {{3, 4}, {2, 0}, {1, 1}, {0, 2}, {2, 9}};
   for (Tier tier : tiers)
     for (auto const& s : sizes) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <random>
 
@@ -25,6 +26,20 @@ inline uint8_t& Px(DibInfo const* dib, int x, int y, int channel = 0) {
 // Bit of a 1-bit record at (x, y).
 inline int Bit(DibInfo const* dib, int x, int y) {
   return (dib->GetLine(y)[x / 8] >> (7 - x % 8)) & 1;
+}
+
+// Same size, depth and visible pixels (row padding and the spare bits of 1-bit rows aside).
+inline bool SamePixels(DibInfo const* a, DibInfo const* b) {
+  if (a->Width() != b->Width() || a->Height() != b->Height() ||
+      a->BitsPerPixel() != b->BitsPerPixel())
+    return false;
+  int const bits = a->Width() * a->BitsPerPixel();
+  uint8_t const mask = uint8_t(0xFF << (8 - bits % 8));
+  for (int y = 0; y < a->Height(); ++y)
+    if (std::memcmp(a->GetLine(y), b->GetLine(y), std::size_t(bits / 8)) ||
+        (bits % 8 && (a->GetLine(y)[bits / 8] ^ b->GetLine(y)[bits / 8]) & mask))
+      return false;
+  return true;
 }
 
 // Widths that catch vector tails and lane seams.
