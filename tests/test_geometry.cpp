@@ -73,10 +73,13 @@ TEST(RotateBy90, LiteralTurnAndFourTurnsAreIdentity) {
         for (int turn = 2; turn < 4 && back; ++turn) back.reset(DibRotateBy90(back.get(), 1, nullptr));
         ASSERT_TRUE(back);
         EXPECT_TRUE(SamePixels(back.get(), src.get()));
-        DibPtr half(DibRotateBy90(src.get(), 6, nullptr));  // 6 = 2 modulo 4
+        // Two and three turns by their own literal rules (6 = 2 and -1 = 3 modulo 4).
+        DibPtr half(DibRotateBy90(src.get(), 6, nullptr)), back1(DibRotateBy90(src.get(), -1, nullptr));
         for (int y = 0; y < h; ++y)
-          for (int x = 0; x < w; ++x)
+          for (int x = 0; x < w; ++x) {
             ASSERT_EQ(Value(half.get(), w - 1 - x, h - 1 - y), Value(src.get(), x, y));
+            ASSERT_EQ(Value(back1.get(), y, w - 1 - x), Value(src.get(), x, y));
+          }
       }
     }
   DibPtr page(DibCreate(30, 20, 1000, 2000, 8));
