@@ -8,8 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
   return OnImage(data, size, [](Input& in, DibInfo* source) {
     tagRect32 r;
     unsigned char colours[4][3];
-    for (auto& c : colours)
-      for (auto& b : c) b = in.Byte();
+    in.Colours(colours);
     double tolerances[4];
     for (double& t : tolerances) t = in.Real(-0.2, 1.6);
     // Counts stay within the colours given: a larger count is the caller's overrun.

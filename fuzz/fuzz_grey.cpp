@@ -7,8 +7,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
   return OnImage(data, size, [](Input& in, DibInfo* source) {
     tagRect32 r;
     unsigned char colours[4][3];
-    for (auto& c : colours)
-      for (auto& b : c) b = in.Byte();
+    in.Colours(colours);
     unsigned char const (*colour)[3] = in.Flag() ? &colours[0] : nullptr;
     Dib(DibRGB2Grey(source, colour, in.Rect(source, r)));
     Dib(DibRGB2GreyN(source, colour, in.Rect(source, r)));

@@ -43,6 +43,11 @@ class Input {
     uint32_t const v = uint32_t(Byte()) << 8 | Byte();
     return lo + (hi - lo) * v / 65535.0;
   }
+  // Four colours (blue, green, red), any bytes.
+  void Colours(unsigned char (&colours)[4][3]) {
+    for (auto& c : colours)
+      for (auto& b : c) b = Byte();
+  }
   int Depth() {
     static int const depths[] = {1, 8, 24, 32, 8, 24, 4, 16};
     return depths[Byte() % 8];
