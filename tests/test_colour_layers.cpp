@@ -2,6 +2,7 @@
 // matching and ink separation, through the exports.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -160,6 +161,10 @@ TEST(Suppress, UnevenTintedPaperTurnsWhiteAndInksKeepTheirHue) {
   EXPECT_LT(Px(clean.get(), 23, 100, 1), 60);                                   // still black
   EXPECT_EQ(DibSuppress(page.get(), -1, 0, nullptr), nullptr);
   EXPECT_EQ(DibSuppress(page.get(), 0, 256, nullptr), nullptr);
+  // Any window wider than the page is one block: the largest one must not overflow.
+  DibPtr whole(DibSuppress(page.get(), w, 0, nullptr)), widest(DibSuppress(page.get(), INT_MAX, 0, nullptr));
+  ASSERT_TRUE(whole && widest);
+  EXPECT_EQ(std::memcmp(whole->GetLine(h - 1), widest->GetLine(h - 1), std::size_t(whole->ByteWidth()) * h), 0);
 }
 
 TEST(MatchColor, DeltaE2000AgreesWithPublishedPairs) {

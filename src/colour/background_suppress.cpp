@@ -76,6 +76,9 @@ bool DibSuppressBackground(DibView const& dst, DibView const& src, int bpp, int 
                            int whiteLevel) {
   if ((bpp != 1 && bpp != 3 && bpp != 4) || block < 4 || whiteLevel < 0 || whiteLevel > 255)
     return false;
+  // A block wider than the page is one block; capping it keeps the cell counts in range.
+  int const side = std::max(4, std::max(src.width, src.height));
+  if (block > side) block = side;
   int const nc = bpp == 1 ? 1 : 3;
   int const gw = (src.width + block - 1) / block, gh = (src.height + block - 1) / block;
   std::vector<uint8_t> grid, quotient;
