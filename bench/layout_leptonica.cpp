@@ -1,0 +1,102 @@
+// Leptonica's page regions (pixGetRegionsBinary) on 1-bit pages, written as zone lists for
+// scripts/segment_check.py: the components of its text-block mask are text blocks, those of
+// its halftone mask pictures, those of its text-line mask lines (each under the block that
+// holds its centre). Leptonica gives no reading order: zones come in the raster order of
+// their components.
+//
+//   quilp_layout_leptonica OUTDIR PAGE...
+//
+// Pages of other depths are thresholded at 128 first. Writes OUTDIR/<page name>.json per
+// page; "seconds" times pixGetRegionsBinary and the three component labellings.
+#include <leptonica/allheaders.h>
+
+#include <chrono>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "layout_zones.h"
+
+namespace {
+
+// The 8-connected components of a mask as zones; masks smaller than the page (a reduced
+// analysis) are scaled back to page coordinates.
+void AddComponents(Pix* mask, int page_w, int kind, int level, std::vector<layout::Zone>* out) {
+  if (!mask) return;
+  Boxa* boxes = pixConnComp(mask, nullptr, 8);
+  if (!boxes) return;
+  const int scale = page_w / pixGetWidth(mask) > 1 ? page_w / pixGetWidth(mask) : 1;
+  const int n = boxaGetCount(boxes);
+  for (int i = 0; i < n; ++i) {
+    int x = 0, y = 0, w = 0, h = 0;
+    boxaGetBoxGeometry(boxes, i, &x, &y, &w, &h);
+    out->push_back({x * scale, y * scale, (x + w) * scale - 1, (y + h) * scale - 1, kind, -1,
+                    level, static_cast<int>(out->size())});
+  }
+  boxaDestroy(&boxes);
+}
+
+std::vector<layout::Zone> Regions(Pix* page, double* seconds) {
+  Pix *halftone = nullptr, *textline = nullptr, *textblock = nullptr;
+  const auto start = std::chrono::steady_clock::now();
+  pixGetRegionsBinary(page, &halftone, &textline, &textblock, nullptr);
+  std::vector<layout::Zone> blocks, lines;
+  const int w = pixGetWidth(page);
+  AddComponents(textblock, w, layout::kText, 0, &blocks);
+  AddComponents(halftone, w, layout::kPicture, 0, &blocks);
+  AddComponents(textline, w, layout::kText, 1, &lines);
+  const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
+  *seconds = took.count();
+  pixDestroy(&halftone);
+  pixDestroy(&textline);
+  pixDestroy(&textblock);
+  std::vector<int> count(blocks.size(), 0);
+  for (size_t i = 0; i < blocks.size(); ++i) blocks[i].order = static_cast<int>(i);
+  for (layout::Zone& line : lines) {
+    const int cx = (line.l + line.r) / 2, cy = (line.t + line.b) / 2;
+    line.parent = -1;
+    for (size_t b = 0; b < blocks.size(); ++b) {
+      const layout::Zone& z = blocks[b];
+      if (z.kind == layout::kText && z.l <= cx && cx <= z.r && z.t <= cy && cy <= z.b) {
+        line.parent = static_cast<int>(b);
+        line.order = count[b]++;
+        break;
+      }
+    }
+    if (line.parent < 0) line.order = 0;
+    blocks.push_back(line);
+  }
+  return blocks;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc < 3) {
+    std::fprintf(stderr, "usage: %s OUTDIR PAGE...\n", argv[0]);
+    return 2;
+  }
+  setMsgSeverity(L_SEVERITY_NONE);
+  int failures = 0;
+  for (int i = 2; i < argc; ++i) {
+    Pix* pix = pixRead(argv[i]);
+    Pix* bits = pix && pixGetDepth(pix) != 1 ? pixConvertTo1(pix, 128) : pixClone(pix);
+    if (!bits) {
+      std::fprintf(stderr, "cannot read %s as a 1-bit page\n", argv[i]);
+      pixDestroy(&pix);
+      ++failures;
+      continue;
+    }
+    double seconds = 0;
+    const std::vector<layout::Zone> zones = Regions(bits, &seconds);
+    const int dpi = pixGetXRes(bits) > 0 ? pixGetXRes(bits) : 300;
+    if (!layout::WriteJson(layout::JsonPathFor(argv[1], argv[i]), argv[i], pixGetWidth(bits),
+                           pixGetHeight(bits), dpi, seconds, zones)) {
+      std::fprintf(stderr, "cannot write the zones of %s\n", argv[i]);
+      ++failures;
+    }
+    pixDestroy(&bits);
+    pixDestroy(&pix);
+  }
+  return failures ? 1 : 0;
+}
