@@ -31,7 +31,7 @@ void AddComponents(Pix* mask, int page_w, int kind, int level, std::vector<layou
     int x = 0, y = 0, w = 0, h = 0;
     boxaGetBoxGeometry(boxes, i, &x, &y, &w, &h);
     out->push_back({x * scale, y * scale, (x + w) * scale - 1, (y + h) * scale - 1, kind, -1,
-                    level, static_cast<int>(out->size())});
+                    level, static_cast<int>(out->size())});  // raster order of components
   }
   boxaDestroy(&boxes);
 }
@@ -50,12 +50,14 @@ std::vector<layout::Zone> Regions(Pix* page, double* seconds) {
   pixDestroy(&halftone);
   pixDestroy(&textline);
   pixDestroy(&textblock);
-  std::vector<int> count(blocks.size(), 0);
-  for (size_t i = 0; i < blocks.size(); ++i) blocks[i].order = static_cast<int>(i);
+  // Each line goes under the text block holding its centre; blocks stay first in the list.
+  const size_t block_count = blocks.size();
+  std::vector<int> count(block_count, 0);
   for (layout::Zone& line : lines) {
     const int cx = (line.l + line.r) / 2, cy = (line.t + line.b) / 2;
     line.parent = -1;
-    for (size_t b = 0; b < blocks.size(); ++b) {
+    line.order = 0;
+    for (size_t b = 0; b < block_count; ++b) {
       const layout::Zone& z = blocks[b];
       if (z.kind == layout::kText && z.l <= cx && cx <= z.r && z.t <= cy && cy <= z.b) {
         line.parent = static_cast<int>(b);
@@ -63,9 +65,8 @@ std::vector<layout::Zone> Regions(Pix* page, double* seconds) {
         break;
       }
     }
-    if (line.parent < 0) line.order = 0;
-    blocks.push_back(line);
   }
+  blocks.insert(blocks.end(), lines.begin(), lines.end());
   return blocks;
 }
 

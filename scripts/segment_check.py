@@ -28,7 +28,8 @@ page number; table cells are not text lines):
   order        % of pages read in the right order: each truth text block is mapped to the
                system text block holding most of its lines; for any two truth blocks mapped
                to different system blocks, the system's order must agree with the truth's.
-               Blocks the system missed are left out (in-1-block counts them).
+               Blocks the system missed are left out (in-1-block counts them). order*
+               is the same without the page numbers.
   line IoU     % of truth text lines with a system line (level 1) at IoU 0.8 or more.
   word IoU     % of truth words (in those lines) with a system word (level 2) at IoU 0.8.
   s/page       wall time per page of the whole run (process start and page reading
@@ -54,9 +55,6 @@ import time
 import numpy as np
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-sys.path.insert(0, os.path.join(HERE, "corpus"))
-import layout_page  # noqa: E402
-
 ROOT = os.path.dirname(HERE)
 SKIP = 77
 LIES_IN, HELD, PIC_IOU, TABLE_IOU, BOX_IOU = 0.9, 0.5, 0.9, 0.5, 0.8
@@ -148,6 +146,28 @@ def truth_as_zones(truth):
     return {"zones": zones}
 
 
+def draw_zones(page_path, truth, zones, dest, scale=0.4):
+    """The page with the truth's blocks in grey and the system's blocks coloured by kind,
+    numbered in its reading order; lines thin. For looking at a failure."""
+    from PIL import Image, ImageDraw
+    img = Image.open(page_path).convert("RGB")
+    img = img.resize((int(img.width * scale), int(img.height * scale)), Image.BILINEAR)
+    pen = ImageDraw.Draw(img)
+    at = lambda r: [int(v * scale) for v in r]  # noqa: E731
+    colours = {"text": (220, 0, 0), "picture": (0, 150, 0), "table": (0, 0, 230),
+               "hrule": (200, 0, 200), "vrule": (200, 0, 200), "graphics": (0, 170, 170)}
+    for b in truth["blocks"]:
+        pen.rectangle(at(b["rect"]), outline=(170, 170, 170), width=5)
+    for z in zones:
+        colour = colours.get(z["kind"], (240, 140, 0))
+        if z["level"] == 0:
+            pen.rectangle(at(z["rect"]), outline=colour, width=2)
+            pen.text((at(z["rect"])[0] + 3, at(z["rect"])[1] + 2), str(z["order"]), fill=colour)
+        elif z["level"] == 1:
+            pen.rectangle(at(z["rect"]), outline=(255, 170, 60), width=1)
+    img.save(dest)
+
+
 # --- scoring --------------------------------------------------------------------------------
 
 def as_array(rects):
@@ -223,9 +243,13 @@ def score_page(truth, zones):
                 mapped[i] = int(np.argmax(votes))
     rank = {i: k for k, i in enumerate(truth["order"])}
     seq = sorted(mapped, key=lambda i: rank[i])
-    right = all(text_blocks[mapped[a]]["order"] < text_blocks[mapped[b]]["order"]
-                for n, a in enumerate(seq) for b in seq[n + 1:] if mapped[a] != mapped[b])
-    s["order_right"] = bool(right)
+
+    def in_order(blocks_):
+        return all(text_blocks[mapped[a]]["order"] < text_blocks[mapped[b]]["order"]
+                   for n, a in enumerate(blocks_) for b in blocks_[n + 1:]
+                   if mapped[a] != mapped[b])
+    s["order_right"] = in_order(seq)
+    s["order_body"] = in_order([i for i in seq if truth["blocks"][i]["role"] != "page-number"])
 
     sys_lines = [z["rect"] for z in zones if z["level"] == 1]
     sys_words = [z["rect"] for z in zones if z["level"] == 2]
@@ -253,6 +277,7 @@ def summarise(pages):
            "pic_ok": pct(sum(v >= PIC_IOU for v in pic), len(pic)),
            "tables": pct(total("tables_found"), total("tables")),
            "order": pct(sum(p["order_right"] for p in pages), n),
+           "order_body": pct(sum(p["order_body"] for p in pages), n),
            "line_iou": pct(total("line_ok"), total("lines"))
            if any(p["has_lines"] for p in pages) else None,
            "word_iou": pct(total("word_ok"), total("words"))
@@ -268,19 +293,82 @@ def fmt(v, digits=1):
     return "%.*f" % (digits, v) if isinstance(v, float) else str(v)
 
 
+COLUMNS = ["system", "pages", "in-1-block %", "spanning (pages %)", "pic IoU mean",
+           "pic IoU≥0.9 %", "tables %", "order %", "order* %", "line IoU≥0.8 %",
+           "word IoU≥0.8 %", "s/page wall", "s/page analysis"]
+
+
 def table(rows):
-    head = ("| system | pages | in-1-block % | spanning (pages %) | pic IoU mean | pic IoU≥0.9 % "
-            "| tables % | order % | line IoU≥0.8 % | word IoU≥0.8 % | s/page wall | s/page analysis |")
-    out = [head, "|" + "---|" * (head.count("|") - 1)]
+    out = ["| " + " | ".join(COLUMNS) + " |", "|" + "---|" * len(COLUMNS)]
     for name, row, wall, inner in rows:
-        if row is None:
-            out.append("| %s | 0 | | | | | | | | | | |" % name)
-            continue
-        out.append("| %s | %d | %s | %d (%s) | %s | %s | %s | %s | %s | %s | %s | %s |" % (
-            name, row["pages"], fmt(row["in_one"]), row["spanning"], fmt(row["spanning_pages"], 0),
-            fmt(row["pic_mean"], 3), fmt(row["pic_ok"]), fmt(row["tables"]), fmt(row["order"]),
-            fmt(row["line_iou"]), fmt(row["word_iou"]), fmt(wall, 3), fmt(inner, 3)))
+        cells = [name, "0"] + [""] * (len(COLUMNS) - 2)
+        if row:
+            cells = [name, str(row["pages"]), fmt(row["in_one"]),
+                     "%d (%s)" % (row["spanning"], fmt(row["spanning_pages"], 0)),
+                     fmt(row["pic_mean"], 3), fmt(row["pic_ok"]), fmt(row["tables"]),
+                     fmt(row["order"]), fmt(row["order_body"]), fmt(row["line_iou"]),
+                     fmt(row["word_iou"]), fmt(wall, 3), fmt(inner, 3)]
+        out.append("| " + " | ".join(cells) + " |")
     return "\n".join(out)
+
+
+# --- proving the measures -------------------------------------------------------------------
+
+def _moved(rect, dx, dy):
+    return [rect[0] + dx, rect[1] + dy, rect[2] + dx, rect[3] + dy]
+
+
+def _page_wide(truth, zones):
+    return zones + [{"rect": [0, 0, truth["width"] - 1, truth["height"] - 1], "kind": "text",
+                     "parent": -1, "level": 0, "order": len(zones)}]
+
+
+def _backwards(truth, zones):
+    return [dict(z, order=-z["order"]) if z["level"] == 0 else z for z in zones]
+
+
+def _lines_down(truth, zones):
+    return [dict(z, rect=_moved(z["rect"], 0, (z["rect"][3] - z["rect"][1] + 1) // 3))
+            if z["level"] == 1 else z for z in zones]
+
+
+def _words_right(truth, zones):
+    return [dict(z, rect=_moved(z["rect"], (z["rect"][2] - z["rect"][0] + 1) // 2, 0))
+            if z["level"] == 2 else z for z in zones]
+
+
+def _kind_to_text(kind):
+    return lambda truth, zones: [dict(z, kind="text") if z["kind"] == kind else z for z in zones]
+
+
+# Each fault made in the truth's zones must worsen its measure (spanning: above 0, the others
+# below 100%); the measures are proved by catching these, not only by scoring the truth 100%.
+CONTROLS = [("a page-wide text block added", _page_wide, ["in_one", "spanning"]),
+            ("blocks read backwards", _backwards, ["order", "order_body"]),
+            ("lines moved down a third of their height", _lines_down, ["line_iou"]),
+            ("words moved right half their width", _words_right, ["word_iou"]),
+            ("pictures called text", _kind_to_text("picture"), ["pic_ok"]),
+            ("tables called text", _kind_to_text("table"), ["tables"])]
+
+
+def prove_measures(truths):
+    """Scores the truth (every measure 100%) and the faulty controls; returns the failures."""
+    failures = []
+    zones = {stem: truth_as_zones(t)["zones"] for stem, t in truths.items()}
+    row = summarise([score_page(truths[s], z) for s, z in zones.items()])
+    for key in ("in_one", "pic_ok", "tables", "order", "order_body", "line_iou", "word_iou"):
+        if not row[key] == 100.0:
+            failures.append("the truth scores %s on %s" % (fmt(row[key]), key))
+    if row["spanning"]:
+        failures.append("the truth has blocks spanning two columns")
+    for name, fault, keys in CONTROLS:
+        bad = summarise([score_page(truths[s], fault(truths[s], z)) for s, z in zones.items()])
+        for key in keys:
+            caught = bad[key] > 0 if key == "spanning" else bad[key] < 100.0
+            print("control: %-42s %-10s %s" % (name, key, "caught" if caught else "MISSED"))
+            if not caught:
+                failures.append("%s not caught by %s" % (name, key))
+    return failures
 
 
 GROUPS = [("1 column", lambda t: t["columns"] == 1), ("2 columns", lambda t: t["columns"] == 2),
@@ -298,6 +386,8 @@ def main():
     ap.add_argument("--out", default=os.path.join(ROOT, "build", "segment_check"))
     ap.add_argument("--self-test", action="store_true", help="score the truth itself")
     ap.add_argument("--detail", action="store_true", help="tables by page kind too")
+    ap.add_argument("--draw", action="store_true",
+                    help="draw each system's zones over its pages (DIR/SYSTEM/draw)")
     ap.add_argument("--min-in-block", type=float, help="fail when ours is below this %%")
     args = ap.parse_args()
 
@@ -352,7 +442,13 @@ def main():
         scores = {}
         for stem, path in files.items():
             with open(path) as f:
-                scores[stem] = score_page(truths[stem], json.load(f)["zones"])
+                zones = json.load(f)["zones"]
+            scores[stem] = score_page(truths[stem], zones)
+            if args.draw:
+                folder = os.path.join(os.path.dirname(path), "draw")
+                os.makedirs(folder, exist_ok=True)
+                draw_zones(os.path.join(corpus, stem + ".bmp"), truths[stem], zones,
+                           os.path.join(folder, stem + ".png"))
         missing = len(index) - len(scores)
         if missing:
             print("%s: no zones for %d pages (scored as failures)" % (name, missing),
@@ -382,6 +478,12 @@ def main():
             print("\n%s by page kind:\n" % name)
             print(table([g for g in groups if g[1] is not None]))
 
+    if args.self_test:
+        failures = prove_measures(truths)
+        for failure in failures:
+            print("self-test: " + failure, file=sys.stderr)
+        if failures:
+            return 1
     if args.min_in_block is not None:
         ours = [row for name, row, _, _ in rows if name.startswith("ours") and row]
         low = [row["in_one"] for row in ours if row["in_one"] < args.min_in_block]
