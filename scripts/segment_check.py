@@ -7,7 +7,8 @@ to 1 degree, mostly 300 dpi with some 150, 200 and 400), runs each system on it,
 its zones against the truth and prints Markdown tables.
 
 Systems (each writes zone lists: level 0 blocks, 1 lines, 2 words, with kind and order):
-  ours-1bit, ours-grey  `quilp segment PAGE --hier --json OUT` on the 1-bit and grey pages
+  ours (1bit|grey|rgb)  `quilp segment PAGE --hier --json OUT` on the 1-bit and grey pages,
+                        and the 24-bit ones (coloured photos) with --colour
   tesseract             TessBaseAPI::AnalyseLayout on the grey page (bench program
                         quilp_layout_tesseract): blocks with types, lines, words
   leptonica             pixGetRegionsBinary on the 1-bit page (quilp_layout_leptonica): text
@@ -22,9 +23,9 @@ page number; table cells are not text lines):
                line being held when at least half of its area is inside; the count over
                all pages and the % of pages with any. Lines of spanning elements (title,
                spanning captions, page numbers) belong to no column.
-  pic IoU      per truth picture, the best IoU with a system zone of kind picture: the mean,
+  pic IoU      per truth picture, the best IoU with a system block of kind picture: the mean,
                and the % of pictures at 0.9 or more.
-  tables       % of truth tables with a system zone of kind table at IoU 0.5 or more.
+  tables       % of truth tables with a system block of kind table at IoU 0.5 or more.
   order        % of pages read in the right order: each truth text block is mapped to the
                system text block holding most of its lines; for any two truth blocks mapped
                to different system blocks, the system's order must agree with the truth's.
@@ -36,8 +37,8 @@ page number; table cells are not text lines):
                included), and for the peers the time of their analysis call alone.
 
     /usr/bin/python3 scripts/segment_check.py [--pages N] [--seed S] [--quilp PATH]
-        [--only ours|tesseract|leptonica] [--out DIR] [--self-test] [--detail]
-        [--min-in-block PCT]
+        [--only ours|tesseract|leptonica] [--out DIR] [--corpus DIR] [--colour]
+        [--self-test] [--detail] [--draw] [--min-in-block PCT]
 
 --min-in-block makes the run fail (exit 1) when ours scores below PCT on in-1-block; the
 test command uses it on two pages. Exit 77 when quilp has no segment command (skipped).
@@ -45,6 +46,8 @@ The machine's other work shows in the times: compare systems from the same run.
 """
 
 import argparse
+import glob
+import hashlib
 import json
 import os
 import shutil
@@ -63,19 +66,29 @@ ENV = dict(os.environ, OMP_THREAD_LIMIT="1")
 
 # --- the corpus -----------------------------------------------------------------------------
 
-def build_corpus(folder, pages, seed):
-    """The pages and their truth, made once per (pages, seed) and reused."""
+def generator_stamp():
+    """A short hash of the page generator's sources: a corpus made by older code is remade."""
+    digest = hashlib.sha1()
+    for name in ("layout_page.py", "textpage.py"):
+        with open(os.path.join(HERE, "corpus", name), "rb") as f:
+            digest.update(f.read())
+    return digest.hexdigest()[:8]
+
+
+def build_corpus(out, pages, seed, colour):
+    """The pages and their truth under OUT, made once per (pages, seed, colour, generator)
+    and reused; older corpora of the same set are removed."""
+    name = "corpus-s%d-n%d%s" % (seed, pages, "-rgb" if colour else "")
+    folder = os.path.join(out, "%s-%s" % (name, generator_stamp()))
     index_path = os.path.join(folder, "index.json")
-    if os.path.isfile(index_path):
-        with open(index_path) as f:
-            index = json.load(f)
-        if len(index) == pages and index and index[0]["seed"] == seed:
-            return index
-    shutil.rmtree(folder, ignore_errors=True)
-    subprocess.run([sys.executable, os.path.join(HERE, "corpus", "layout_page.py"), folder,
-                    "--count", str(pages), "--seed", str(seed)], check=True)
+    if not os.path.isfile(index_path):
+        for old in glob.glob(os.path.join(out, name + "-*")):
+            shutil.rmtree(old, ignore_errors=True)
+        subprocess.run([sys.executable, os.path.join(HERE, "corpus", "layout_page.py"), folder,
+                        "--count", str(pages), "--seed", str(seed)] + ["--colour"] * colour,
+                       check=True)
     with open(index_path) as f:
-        return json.load(f)
+        return folder, json.load(f)
 
 
 # --- running the systems --------------------------------------------------------------------
@@ -384,6 +397,8 @@ def main():
     ap.add_argument("--quilp", help="the quilp tool (default: the release build's, or PATH)")
     ap.add_argument("--only", choices=["ours", "tesseract", "leptonica"])
     ap.add_argument("--out", default=os.path.join(ROOT, "build", "segment_check"))
+    ap.add_argument("--corpus", help="a folder made by layout_page.py, used as it is")
+    ap.add_argument("--colour", action="store_true", help="24-bit pages too, for ours")
     ap.add_argument("--self-test", action="store_true", help="score the truth itself")
     ap.add_argument("--detail", action="store_true", help="tables by page kind too")
     ap.add_argument("--draw", action="store_true",
@@ -391,8 +406,21 @@ def main():
     ap.add_argument("--min-in-block", type=float, help="fail when ours is below this %%")
     args = ap.parse_args()
 
-    corpus = os.path.join(args.out, "corpus-s%d-n%d" % (args.seed, args.pages))
-    index = build_corpus(corpus, args.pages, args.seed)
+    quilp = None
+    if not args.self_test and args.only in (None, "ours"):
+        quilp = find_program("quilp", args.quilp)
+        if not quilp or not has_segment(quilp):
+            print("no 'quilp segment' (%s): ours not measured" % (quilp or "no quilp found"),
+                  file=sys.stderr)
+            if args.only == "ours":
+                return SKIP
+            quilp = None
+    if args.corpus:
+        corpus = args.corpus
+        with open(os.path.join(corpus, "index.json")) as f:
+            index = json.load(f)
+    else:
+        corpus, index = build_corpus(args.out, args.pages, args.seed, args.colour)
     truths = {}
     for page in index:
         with open(os.path.join(corpus, page["truth"])) as f:
@@ -408,18 +436,11 @@ def main():
             with open(files[stem], "w") as f:
                 json.dump(truth_as_zones(truth), f)
         runs.append(("truth (self-test)", files, None, None))
-    if not args.self_test and args.only in (None, "ours"):
-        quilp = find_program("quilp", args.quilp)
-        if not quilp or not has_segment(quilp):
-            print("no 'quilp segment' (%s): ours not measured" % (quilp or "no quilp found"),
-                  file=sys.stderr)
-            if args.only == "ours":
-                return SKIP
-        else:
-            for which in ("1bit", "grey"):
-                files, wall = run_ours(quilp, corpus, index,
-                                       os.path.join(args.out, "ours-" + which), which)
-                runs.append(("ours (%s)" % which, files, wall, None))
+    if quilp:
+        for which in [w for w in ("1bit", "grey", "rgb") if w in index[0]["files"]]:
+            files, wall = run_ours(quilp, corpus, index,
+                                   os.path.join(args.out, "ours-" + which), which)
+            runs.append(("ours (%s)" % which, files, wall, None))
     peers = [("tesseract", "quilp_layout_tesseract", "grey"),
              ("leptonica", "quilp_layout_leptonica", "1bit")]
     for name, program, which in peers:
