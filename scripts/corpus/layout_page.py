@@ -6,16 +6,18 @@ so the truth is recorded as it is drawn, not guessed afterwards:
   - a header or footer page number, a title spanning the columns;
   - one or two column sections, split by a spanning element (a figure with its caption, a
     table, or a rule); inside a column: paragraphs (justified or ragged), sub-headings (bold,
-    larger), figures (a photo of smooth grey fields and blobs, or a halftone of one: round
-    dots on a 45-degree screen) with a caption under them, tables (ruled grid, rules above
-    and below the head only, or no rulings at all) with a caption above, and short rules;
+    larger), figures with a caption under them (a photo of smooth grey fields and blobs, a
+    halftone of one: round dots on a 45-degree screen, or a chart: axes, bars, a polyline),
+    tables with a caption above them (ruled grid, rules at the head and foot only, or no
+    rulings at all), and short rules;
   - optional vertical rules in the gutters, and an optional skew within +-1 degree (the whole
     page turns; every truth box becomes the bounding box of its turned content).
 
 What a block is: one paragraph, one heading, one caption, one page number (text), one
-picture, one table, one rule. Each text block carries its lines, each line its words. A
-word's box is the box of its ink (grey < 128), measured on a label image turned with the page,
-so boxes stay tight when the page is skewed; lines and blocks are unions of their parts.
+picture, one chart (graphics), one table, one rule. Each text block carries its lines, each
+line its words. A word's box is the box of its ink (grey < 128), measured on a label image
+turned with the page, so boxes stay tight when the page is skewed; lines and blocks are
+unions of their parts.
 Columns are numbered 0..columns-1 on the page's one grid; an element spanning the grid (the
 title, a spanning figure and its caption, page numbers, gutter rules) has column -1.
 
@@ -300,7 +302,8 @@ class Layout:
     # --- pictures, tables, rules ----------------------------------------------------------
 
     def figure(self, column, x0, width, y, bottom):
-        """A photo or halftone with its caption under it; y unchanged when it does not fit."""
+        """A photo, a halftone or a chart with its caption under it; y unchanged when it does
+        not fit."""
         fw = int(width * self.rng.uniform(0.7, 1.0))
         fh = min(int(fw * self.rng.uniform(0.4, 0.8)), int(self.H * 0.3))
         cap_h = int(self.caption.size * 1.25) * 3
@@ -309,15 +312,39 @@ class Layout:
             if fh < self.dpi * 0.6:
                 return y
         fx = x0 + (width - fw) // 2
-        halftone = self.rng.random() < 0.5
-        maker = make_halftone if halftone else make_photo
-        rgb, grey = maker(self.nrng, fh, fw, self.dpi)
+        pick = self.rng.random()
         self.figures += 1
-        blk = self.cv.block("picture", column, "halftone" if halftone else "photo")
-        self.cv.paste(blk, fx, y, rgb, grey, dithered=not halftone)
+        if pick < 0.2:
+            self.chart(self.cv.block("graphics", column, "chart"), fx, y, fw, fh)
+        else:
+            halftone = pick < 0.6
+            maker = make_halftone if halftone else make_photo
+            rgb, grey = maker(self.nrng, fh, fw, self.dpi)
+            blk = self.cv.block("picture", column, "halftone" if halftone else "photo")
+            self.cv.paste(blk, fx, y, rgb, grey, dithered=not halftone)
         y += fh + int(self.leading * 0.5)
         y = self.caption_text(column, x0, width, y, "Figure %d." % self.figures)
         return y + self.leading
+
+    def chart(self, blk, x, y, w, h):
+        """Line art: two axes, outlined or solid bars, and a polyline over them."""
+        rng, draw = self.rng, self.cv.draw
+        t = max(1, int(round(self.dpi / 150.0)))
+        self.cv.fill_rect(blk, (x, y, x + t - 1, y + h - 1))
+        self.cv.fill_rect(blk, (x, y + h - t, x + w - 1, y + h - 1))
+        n = rng.randint(4, 9)
+        bar = max(2, (w - 2 * t) // (2 * n + 1))
+        solid = rng.random() < 0.5
+        for i in range(n):
+            bx, bh = x + t + bar * (2 * i + 1), int(h * rng.uniform(0.15, 0.85))
+            box = (bx, y + h - t - bh, bx + bar - 1, y + h - t - 1)
+            draw.rectangle(box, outline=0, width=t, fill=0 if solid else None)
+            self.cv.rects.append((blk, box))
+        points = [(x + t + (w - 2 * t - 1) * i // 7, y + int(h * rng.uniform(0.02, 0.8)))
+                  for i in range(8)]
+        draw.line(points, fill=0, width=t)
+        self.cv.rects.append((blk, (min(p[0] for p in points), min(p[1] for p in points) - t,
+                                    max(p[0] for p in points), max(p[1] for p in points) + t)))
 
     def table(self, column, x0, width, y, bottom):
         """A grid of short cells: ruled, rules at head and foot only, or no rulings."""
