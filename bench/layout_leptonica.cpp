@@ -11,8 +11,6 @@
 #include <leptonica/allheaders.h>
 
 #include <chrono>
-#include <cstdio>
-#include <string>
 #include <vector>
 
 #include "layout_zones.h"
@@ -73,31 +71,13 @@ std::vector<layout::Zone> Regions(Pix* page, double* seconds) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fprintf(stderr, "usage: %s OUTDIR PAGE...\n", argv[0]);
-    return 2;
-  }
   setMsgSeverity(L_SEVERITY_NONE);
-  int failures = 0;
-  for (int i = 2; i < argc; ++i) {
-    Pix* pix = pixRead(argv[i]);
-    Pix* bits = pix && pixGetDepth(pix) != 1 ? pixConvertTo1(pix, 128) : pixClone(pix);
-    if (!bits) {
-      std::fprintf(stderr, "cannot read %s as a 1-bit page\n", argv[i]);
-      pixDestroy(&pix);
-      ++failures;
-      continue;
-    }
-    double seconds = 0;
-    const std::vector<layout::Zone> zones = Regions(bits, &seconds);
-    const int dpi = pixGetXRes(bits) > 0 ? pixGetXRes(bits) : 300;
-    if (!layout::WriteJson(layout::JsonPathFor(argv[1], argv[i]), argv[i], pixGetWidth(bits),
-                           pixGetHeight(bits), dpi, seconds, zones)) {
-      std::fprintf(stderr, "cannot write the zones of %s\n", argv[i]);
-      ++failures;
-    }
+  return layout::ForEachPage(argc, argv, [](Pix* pix, int, double* seconds,
+                                            std::vector<layout::Zone>* zones) {
+    Pix* bits = pixGetDepth(pix) != 1 ? pixConvertTo1(pix, 128) : pixClone(pix);
+    if (!bits) return false;
+    *zones = Regions(bits, seconds);
     pixDestroy(&bits);
-    pixDestroy(&pix);
-  }
-  return failures ? 1 : 0;
+    return true;
+  });
 }

@@ -13,7 +13,6 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "layout_zones.h"
@@ -83,41 +82,26 @@ std::vector<layout::Zone> Collect(tesseract::PageIterator* it) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fprintf(stderr, "usage: %s OUTDIR PAGE...\n", argv[0]);
-    return 2;
-  }
   setMsgSeverity(L_SEVERITY_NONE);
   tesseract::TessBaseAPI api;
-  if (api.Init(nullptr, "eng") != 0) {
+  if (argc >= 3 && api.Init(nullptr, "eng") != 0) {
     std::fprintf(stderr, "cannot start Tesseract with its English data\n");
     return 1;
   }
   api.SetPageSegMode(tesseract::PSM_AUTO);
-  int failures = 0;
-  for (int i = 2; i < argc; ++i) {
-    Pix* pix = pixRead(argv[i]);
-    if (!pix) {
-      std::fprintf(stderr, "cannot read %s\n", argv[i]);
-      ++failures;
-      continue;
-    }
-    const int dpi = pixGetXRes(pix) > 0 ? pixGetXRes(pix) : 300;
+  const int code = layout::ForEachPage(argc, argv, [&api](Pix* pix, int dpi, double* seconds,
+                                                          std::vector<layout::Zone>* zones) {
     api.SetImage(pix);
     api.SetSourceResolution(dpi);
     const auto start = std::chrono::steady_clock::now();
     std::unique_ptr<tesseract::PageIterator> it(api.AnalyseLayout());
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - start;
-    const std::vector<layout::Zone> zones = Collect(it.get());
-    if (!layout::WriteJson(layout::JsonPathFor(argv[1], argv[i]), argv[i], pixGetWidth(pix),
-                           pixGetHeight(pix), dpi, took.count(), zones)) {
-      std::fprintf(stderr, "cannot write the zones of %s\n", argv[i]);
-      ++failures;
-    }
+    *seconds = took.count();
+    *zones = Collect(it.get());
     it.reset();
     api.Clear();
-    pixDestroy(&pix);
-  }
+    return true;
+  });
   api.End();
-  return failures ? 1 : 0;
+  return code;
 }

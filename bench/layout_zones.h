@@ -1,7 +1,9 @@
 // Zone lists written as JSON in the form `quilp segment --json` uses, so that
-// scripts/segment_check.py scores the peers' layout analysis exactly like ours. Shared by the
-// small peer programs layout_tesseract.cpp and layout_leptonica.cpp.
+// scripts/segment_check.py scores the peers' layout analysis exactly like ours, and the page
+// loop the small peer programs layout_tesseract.cpp and layout_leptonica.cpp share.
 #pragma once
+
+#include <leptonica/allheaders.h>
 
 #include <cstdio>
 #include <string>
@@ -49,6 +51,37 @@ inline bool WriteJson(const std::string& out, const std::string& file, int width
   }
   std::fprintf(f, "]}\n");
   return std::fclose(f) == 0;
+}
+
+// The programs' loop: `PROGRAM OUTDIR PAGE...` reads each page (Leptonica reads the BMP and
+// its resolution), calls analyse(pix, dpi, &seconds, &zones) and writes OUTDIR/<page>.json.
+// Returns the exit code: 2 for bad usage, 1 when some page failed.
+template <class Analyse>
+int ForEachPage(int argc, char** argv, Analyse analyse) {
+  if (argc < 3) {
+    std::fprintf(stderr, "usage: %s OUTDIR PAGE...\n", argv[0]);
+    return 2;
+  }
+  int failures = 0;
+  for (int i = 2; i < argc; ++i) {
+    Pix* pix = pixRead(argv[i]);
+    if (!pix) {
+      std::fprintf(stderr, "cannot read %s\n", argv[i]);
+      ++failures;
+      continue;
+    }
+    const int dpi = pixGetXRes(pix) > 0 ? pixGetXRes(pix) : 300;
+    double seconds = 0;
+    std::vector<Zone> zones;
+    if (!analyse(pix, dpi, &seconds, &zones) ||
+        !WriteJson(JsonPathFor(argv[1], argv[i]), argv[i], pixGetWidth(pix),
+                   pixGetHeight(pix), dpi, seconds, zones)) {
+      std::fprintf(stderr, "cannot analyse %s or write its zones\n", argv[i]);
+      ++failures;
+    }
+    pixDestroy(&pix);
+  }
+  return failures ? 1 : 0;
 }
 
 }  // namespace layout
