@@ -482,6 +482,10 @@ def main():
         rows.append((name, summarise(list(scores.values())), per(wall), per(inner)))
         details[name] = [(group, summarise([scores[s] for s, t in truths.items() if test(t)]),
                           None, None) for group, test in GROUPS]
+        if name.startswith("ours"):   # page by page, for tuning
+            details[name] += [("%s (%d col, %d dpi, %+.2f°)" % (
+                s, truths[s]["columns"], truths[s]["dpi"], truths[s]["skew_deg"]),
+                summarise([scores[s]]), None, None) for s in sorted(scores)]
     with open(os.path.join(args.out, "scores.json"), "w") as f:
         json.dump(results, f, indent=1)
 
@@ -496,7 +500,7 @@ def main():
     print(table(rows))
     if args.detail:
         for name, groups in details.items():
-            print("\n%s by page kind:\n" % name)
+            print("\n%s by page kind%s:\n" % (name, " and page" * name.startswith("ours")))
             print(table([g for g in groups if g[1] is not None]))
 
     if args.self_test:
