@@ -96,7 +96,7 @@ def build_corpus(out, pages, seed, colour):
 def find_program(name, given=None):
     if given:
         return given if os.path.isfile(given) else None
-    for folder in ("build/release/tools/quilp", "build/release/bench", "build/release"):
+    for folder in ("build/release/tools", "build/release/bench"):
         path = os.path.join(ROOT, folder, name)
         if os.path.isfile(path):
             return path
