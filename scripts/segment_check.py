@@ -145,18 +145,15 @@ def truth_as_zones(truth):
     ranked = list(truth["order"]) + [i for i, b in enumerate(blocks) if b["kind"] != "text"]
     zones = [{"rect": blocks[i]["rect"], "kind": blocks[i]["kind"], "parent": -1, "level": 0,
               "order": k} for k, i in enumerate(ranked)]
-    lines = []
+    lines, words = [], []
     for z, i in enumerate(ranked):
         for k, line in enumerate(blocks[i]["lines"]):
-            lines.append(({"rect": line["rect"], "kind": "text", "parent": z, "level": 1,
-                           "order": k}, line["words"]))
-    for line, _ in lines:
-        zones.append(line)
-    for n, (_, words) in enumerate(lines):
-        for k, w in enumerate(words):
-            zones.append({"rect": w, "kind": "text", "parent": len(ranked) + n, "level": 2,
+            parent = len(ranked) + len(lines)
+            lines.append({"rect": line["rect"], "kind": "text", "parent": z, "level": 1,
                           "order": k})
-    return {"zones": zones}
+            words += [{"rect": w, "kind": "text", "parent": parent, "level": 2, "order": j}
+                      for j, w in enumerate(line["words"])]
+    return {"zones": zones + lines + words}
 
 
 def draw_zones(page_path, truth, zones, dest, scale=0.4):
