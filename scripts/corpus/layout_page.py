@@ -152,8 +152,7 @@ class Canvas:
         self.photos = []       # (box, rgb, dithered?) pasted pictures
 
     def block(self, kind, column, role):
-        self.blocks.append({"kind": kind, "column": column, "role": role, "lines": [],
-                            "parts": []})
+        self.blocks.append({"kind": kind, "column": column, "role": role, "lines": []})
         return len(self.blocks) - 1
 
     def word(self, text, font, x, y):
@@ -184,9 +183,8 @@ class Canvas:
         self.blocks[blk]["lines"].append(line)
         return line
 
-    def fill_rect(self, blk, box, value=0):
-        l, t, r, b = box
-        self.draw.rectangle((l, t, r, b), fill=value)
+    def fill_rect(self, blk, box):
+        self.draw.rectangle(box, fill=0)
         self.rects.append((blk, box))
 
     def paste(self, blk, x, y, rgb, grey, dithered):
@@ -231,7 +229,6 @@ class Layout:
         self.cell = face(regular, self.px * 0.9)
         self.subhead = face(bold, self.px * rng.uniform(1.15, 1.4))
         self.title = face(bold, self.px * rng.uniform(1.6, 2.2))
-        self.bold = bold
         self.leading = int(round(self.px * rng.uniform(1.2, 1.35)))
         self.justify = rng.random() < 0.6
         self.indent_style = rng.random() < 0.3     # indented paragraphs, little space between
@@ -550,7 +547,8 @@ def finish(layout, skew_deg, colour):
 
     blocks, order = [], []
     for i, blk in enumerate(cv.blocks):
-        out = {"kind": blk["kind"], "role": blk["role"], "column": blk["column"], "order": -1}
+        out = {"rect": None, "kind": blk["kind"], "role": blk["role"],
+               "column": blk["column"], "order": -1}
         lines = []
         for line in blk["lines"]:
             words = [list(word_box[k]) for k in line["words"]]
@@ -572,10 +570,7 @@ def finish(layout, skew_deg, colour):
         blocks.append(out)
     truth = {"width": w, "height": h, "dpi": cv.dpi, "skew_deg": skew_deg,
              "columns": layout.columns, "font": layout.family, "size_pt": layout.size,
-             "blocks": [dict(b, rect=b["rect"]) for b in blocks], "order": order}
-    # Move rect first in each block for a readable file.
-    truth["blocks"] = [{"rect": b["rect"], **{k: v for k, v in b.items() if k != "rect"}}
-                       for b in blocks]
+             "blocks": blocks, "order": order}
 
     one_bit = grey < INK
     if kinds.any():
