@@ -1644,3 +1644,134 @@ int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* buffer, int 
 }
 
 // (end of debug text)
+
+
+// ---- Segmentation: blocks, lines and words, kinds and reading order ---------------------
+
+#include "segment/flow_map.h"
+#include "segment/page_layout.h"
+#include "segment/watershed.h"
+
+namespace {
+
+// The page and area of a segmentation call; false for a refused source or rectangle.
+bool SegmentationArea(DibInfo const* src, tagRect32 const* rect, Area& area) {
+  if (!src) return false;
+  int const depth = src->BitsPerPixel();
+  return (depth == 1 || depth == 8 || depth == 24) && ClampRect(src, rect, area);
+}
+
+// Copies at most `capacity` zones out, in source coordinates; returns their number.
+int WriteZones(std::vector<LayoutZone> const& found, Area const& area, SDibZone* zones,
+               int capacity) {
+  if (found.size() > std::size_t(INT32_MAX)) return -1;
+  int const count = int(found.size());
+  for (int i = 0; i < count && i < capacity; ++i) {
+    LayoutZone const& z = found[std::size_t(i)];
+    zones[i].rect = tagRect32{area.left + z.box.l, area.top + z.box.t, area.left + z.box.r,
+                              area.top + z.box.b};
+    zones[i].kind = z.kind;
+    zones[i].parent = z.parent;
+    zones[i].level = z.level;
+    zones[i].order = z.order;
+    zones[i].confidence = z.confidence;
+  }
+  return count;
+}
+
+int Segment(DibInfo* src, SDibZone* zones, int capacity, tagRect32 const* rect, bool full,
+            bool hierarchy) {
+  Area area;
+  if (capacity < 0 || (!zones && capacity > 0) || !SegmentationArea(src, rect, area)) return -1;
+  PageAnalysis page;
+  std::vector<LayoutZone> found;
+  if (!AnalysePage(src, area, full, page) ||
+      !LayoutZones(page, page.regions, hierarchy, found))
+    return -1;
+  return WriteZones(found, area, zones, capacity);
+}
+
+}  // namespace
+
+int DibSegmentLev1(DibInfo* src, SDibZone* zones, int capacity, tagRect32* rect) {
+  return Segment(src, zones, capacity, rect, true, false);
+}
+
+int DibSegmentLev1Hier(DibInfo* src, SDibZone* zones, int capacity, tagRect32* rect) {
+  return Segment(src, zones, capacity, rect, true, true);
+}
+
+int DibPreSegment(DibInfo* src, SDibZone* zones, int capacity, tagRect32* rect) {
+  return Segment(src, zones, capacity, rect, false, false);
+}
+
+int DibRePresegment(DibInfo* src, SDibZone* zones, int count, int capacity, tagRect32* rect) {
+  Area area;
+  if (count < 0 || capacity < 0 || count > capacity || (!zones && capacity > 0) ||
+      !SegmentationArea(src, rect, area))
+    return -1;
+  PageAnalysis page;
+  std::vector<LayoutZone> found;
+  try {
+    if (!AnalysePage(src, area, true, page)) return -1;
+    std::vector<Region> blocks;
+    for (int i = 0; i < count; ++i) {
+      SDibZone const& z = zones[i];
+      if (z.level != 0) continue;
+      // The zone in area coordinates, clamped to the area.
+      int64_t const l = std::max<int64_t>(std::min<int64_t>(z.rect.left, z.rect.right), area.left);
+      int64_t const t = std::max<int64_t>(std::min<int64_t>(z.rect.top, z.rect.bottom), area.top);
+      int64_t const r = std::min<int64_t>(std::max<int64_t>(z.rect.left, z.rect.right), area.right());
+      int64_t const b = std::min<int64_t>(std::max<int64_t>(z.rect.top, z.rect.bottom), area.bottom());
+      if (l > r || t > b) continue;
+      Box const box{int(l - area.left), int(t - area.top), int(r - area.left), int(b - area.top)};
+      blocks.push_back(Reclassify(page, box));
+    }
+    SortReadingOrder(blocks);
+    if (!LayoutZones(page, blocks, true, found)) return -1;
+  } catch (std::bad_alloc const&) {
+    return -1;
+  }
+  return WriteZones(found, area, zones, capacity);
+}
+
+DibInfo* DibCalcFlowMap(DibInfo* src, tagRect32* rect) {
+  Area area;
+  if (!SegmentationArea(src, rect, area)) return nullptr;
+  PageAnalysis page;
+  std::vector<uint8_t> map;
+  if (!LoadAnalysisInk(src, area, page) || !FlowMap(page.small, map)) return nullptr;
+  int const f = page.scale.factor, w = page.small.Width();
+  DibInfo* made = DibCreateDepth(w, HeightInOrderOf(src, page.small.Height()),
+                                 int((int64_t(src->XPelsPerMeter()) + f / 2) / f),
+                                 int((int64_t(src->YPelsPerMeter()) + f / 2) / f), 8);
+  if (!made) return nullptr;
+  DibView const out = MakeView(made);
+  for (int i = 0; i < out.height; ++i) {
+    int const y = StorageRow(out.step, i, out.height);
+    std::memcpy(out.Row(y), map.data() + std::size_t(y) * std::size_t(w), std::size_t(w));
+  }
+  return made;
+}
+
+DibInfo* DibWaterSegment(DibInfo* map, int seedLevel, int* count, tagRect32* rect) {
+  if (!map || map->BitsPerPixel() != 8 || seedLevel < -1 || seedLevel > 255) return nullptr;
+  Area area;
+  if (!ClampRect(map, rect, area)) return nullptr;
+  DibView const in = MakeView(map, area);
+  std::vector<int32_t> labels;
+  int const regions = Watershed(in.top, in.step, area.width, area.height, seedLevel, labels);
+  if (regions < 0) return nullptr;
+  DibInfo* made = CreateLike(map, area.width, area.height, 32);
+  if (!made) return nullptr;
+  DibView const out = MakeView(made);
+  for (int i = 0; i < area.height; ++i) {
+    int const y = StorageRow(out.step, i, area.height);
+    std::memcpy(out.Row(y), labels.data() + std::size_t(y) * std::size_t(area.width),
+                std::size_t(area.width) * 4);
+  }
+  if (count) *count = regions;
+  return made;
+}
+
+// (end of segmentation)

@@ -1151,4 +1151,93 @@ QUILP_API int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* bu
 /* (end of debug text) */
 
 
+/* ---- Segmentation: blocks, lines and words, kinds and reading order ------------------ */
+/*
+ * A page (1-bit, or 8-bit grey and 24-bit colour through their grey and the recommended
+ * adaptive binarization, method 7) is cut into zones. Layout is found on the page OR-reduced
+ * to about 75 dpi (by 2 at 150-224 dpi, 4 at 225-449, 8 from 450), with lengths scaled by the
+ * resolution read from biYPelsPerMeter (0 counts as 300 dpi; values outside 150..600 as the
+ * nearest of the two):
+ *   - rules: components at least 0.4 inch long and about 0.04 inch thick at most;
+ *   - pictures (photos, dithered photos, halftones): components at least 0.4 inch each way
+ *     whose box is at least 60% ink with no paper rows across; everything mostly inside them
+ *     is theirs; ruled tables: components that are grids of at least two rules each way;
+ *     line art: other large components with under 15% ink;
+ *   - text: the rest, smeared along rows across gaps up to 0.12 inch into lines; a line joins
+ *     the line below when each is the other's only near neighbour, so a title over two
+ *     columns never joins either column and no block crosses a gutter;
+ *   - tables without rulings: narrow text blocks (under 1.8 inch) side by side whose lines
+ *     sit at the same heights, with the rules of one width stacked above and below them;
+ *   - noise: text blocks under 0.05 inch each way.
+ * Block boxes are the bounding boxes of their ink. Reading order is a recursive XY-cut:
+ * columns left to right, top to bottom within a column, and an item that spans the columns
+ * (a title, a wide figure) breaks them and is read where it stands.
+ * Skew: the page is segmented as it stands, boxes enclosing the skewed content. Blocks and
+ * reading order hold up to about 2 degrees on pages with gutters of a quarter inch or more;
+ * lines follow their letters and hold up to about 3 degrees at 10 point. Deskew first
+ * (DibDeskew) beyond that.
+ */
+struct SDibZone {        /* one region, in visual coordinates of the source (right and bottom inclusive) */
+  tagRect32 rect;
+  int32_t kind;          /* 0 unknown, 1 text, 2 picture (photo or halftone), 3 graphics or line art,
+                            4 table, 5 horizontal rule, 6 vertical rule, 7 noise */
+  int32_t parent;        /* index of the enclosing zone in the same array, -1 for a top-level block */
+  int32_t level;         /* 0 block, 1 text line, 2 word */
+  int32_t order;         /* reading order among the zones that share its parent, from 0 */
+  int32_t confidence;    /* 0..100 */
+};
+/* The zones of the rectangle (clamping rule; null: the whole page), in source coordinates.
+   Returns the number of zones found, even beyond `capacity`, and writes the first
+   min(count, capacity) of them (so a caller may ask with a null array and capacity 0 first).
+   -1, nothing written, for a null source, a depth other than 1, 8 and 24, a negative
+   capacity, a null array with capacity > 0, a rectangle with nothing inside the page, or no
+   memory. DibSegmentLev1 gives the top-level blocks only, in reading order (a block's `order`
+   is its index). Confidence: rules 95, pictures 90, tables 75, text 50 + 10 per line up to
+   95, noise 60, line art 50. */
+QUILP_API int DibSegmentLev1(DibInfo* src, SDibZone* zones, int capacity, tagRect32* rect);
+/* As DibSegmentLev1, followed by the lines of every text block (level 1, parent the block,
+   top to bottom), then the words of every line (level 2, parent the line, left to right):
+   blocks first, then all lines, then all words. Lines gather the block's letters (connected
+   ink whose centre lies in the block); words part at gaps wider than a third of the line's
+   middle letter height. A text block's box is widened to hold its lines. Line confidence 90
+   (60 for fewer than three letters), words 80. */
+QUILP_API int DibSegmentLev1Hier(DibInfo* src, SDibZone* zones, int capacity, tagRect32* rect);
+/* The quick candidate regions: the classification and text grouping of DibSegmentLev1 without
+   the search for unruled tables and with boxes left at the reduced scale's precision (whole
+   cells of 2, 4 or 8 pixels, cut to the area). Same arguments, counts and failures. */
+QUILP_API int DibPreSegment(DibInfo* src, SDibZone* zones, int capacity, tagRect32* rect);
+/* Refines a host's zone list on the page as it is now (edited zones, a changed page): the
+   `count` zones of the array are read, those of level 0 kept (others dropped) with their
+   rectangles (clamped to the area; a zone with nothing inside is dropped); each gets the kind
+   and confidence of the region the page's own segmentation finds most in it (a zone over ink
+   it found nothing in is text, confidence 30; one over paper is unknown, 0), the blocks are
+   put in reading order, and the lines and words of the text blocks follow as in
+   DibSegmentLev1Hier. The result replaces the array's contents (at most `capacity` zones)
+   and the count is returned as there. -1, nothing written, on the failures of DibSegmentLev1,
+   a negative count, or count > capacity. */
+QUILP_API int DibRePresegment(DibInfo* src, SDibZone* zones, int count, int capacity,
+                              tagRect32* rect);
+/* The page's white-space map at the layout scale: a new 8-bit record of the rectangle
+   (clamping rule) reduced as above (ceil(W / f) x ceil(H / f) for the factor f), resolutions
+   divided by f, in the source's row order. Each pixel is its Euclidean distance to the
+   nearest ink of the reduced page, rounded, saturated at 255 (255 everywhere on a page
+   without ink); ink is 0. Column gutters are its bright vertical ridges (a gutter g pixels
+   wide rises to about g / 2), the gaps between blocks fainter ridges across. Null for a null
+   source, another depth, an empty rectangle or no memory. */
+QUILP_API DibInfo* DibCalcFlowMap(DibInfo* src, tagRect32* rect);
+/* Watershed segmentation of an 8-bit map (clamping rule): seeds are the 8-connected groups of
+   pixels at or below seedLevel (0..255), or, for seedLevel -1, the regional minima
+   (8-connected plateaus without a lower neighbour); every other pixel is flooded from the
+   seeds in order of level (priority flood, first come first served within a level) and takes
+   the label of the first seed region to reach it. A new 32-bit record of the area, in the
+   map's row order and resolutions: each pixel a signed 32-bit label 1..n, 0 where no seed can
+   reach (a map with no seed is all 0). *count (when count is not null) gets n. On the flow map
+   with seedLevel 2 or 3 the regions are the blocks' cells. Null for a null map, another depth,
+   seedLevel outside -1..255, an empty rectangle, an area of more than 2^30 pixels or no memory;
+   *count is then untouched. */
+QUILP_API DibInfo* DibWaterSegment(DibInfo* map, int seedLevel, int* count, tagRect32* rect);
+
+/* (end of segmentation) */
+
+
 #endif /* QUILP32_H */

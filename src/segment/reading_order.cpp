@@ -1,0 +1,91 @@
+// reading_order.cpp - recursive XY-cut (see reading_order.h).
+#include "segment/reading_order.h"
+
+#include <algorithm>
+
+namespace quilp {
+
+namespace {
+
+using Group = std::vector<int>;
+
+// Splits `items` at the gaps of their extents along one axis (lo/hi give an item's extent),
+// in increasing order; one group when there is no gap.
+template <class Lo, class Hi>
+std::vector<Group> CutAlong(std::vector<Box> const& boxes, Group items, Lo lo, Hi hi) {
+  std::sort(items.begin(), items.end(), [&](int a, int b) {
+    return lo(boxes[std::size_t(a)]) < lo(boxes[std::size_t(b)]);
+  });
+  std::vector<Group> groups;
+  int reach = 0;
+  for (int i : items) {
+    Box const& box = boxes[std::size_t(i)];
+    if (groups.empty() || lo(box) > reach) {
+      groups.emplace_back();
+      reach = hi(box);
+    }
+    groups.back().push_back(i);
+    reach = std::max(reach, hi(box));
+  }
+  return groups;
+}
+
+std::vector<Group> Columns(std::vector<Box> const& boxes, Group const& items) {
+  return CutAlong(boxes, items, [](Box const& b) { return b.l; }, [](Box const& b) { return b.r; });
+}
+std::vector<Group> Bands(std::vector<Box> const& boxes, Group const& items) {
+  return CutAlong(boxes, items, [](Box const& b) { return b.t; }, [](Box const& b) { return b.b; });
+}
+
+void Order(std::vector<Box> const& boxes, Group const& items, std::vector<int>& out) {
+  if (items.size() <= 1) {
+    out.insert(out.end(), items.begin(), items.end());
+    return;
+  }
+  std::vector<Group> columns = Columns(boxes, items);
+  if (columns.size() > 1) {
+    for (Group const& c : columns) Order(boxes, c, out);
+    return;
+  }
+  std::vector<Group> bands = Bands(boxes, items);
+  if (bands.size() > 1) {
+    // Bands read together while their union keeps a column channel.
+    std::vector<Group> merged;
+    for (Group const& band : bands) {
+      if (!merged.empty()) {
+        Group joined = merged.back();
+        joined.insert(joined.end(), band.begin(), band.end());
+        if (Columns(boxes, joined).size() > 1) {
+          merged.back() = std::move(joined);
+          continue;
+        }
+      }
+      merged.push_back(band);
+    }
+    if (merged.size() > 1) {
+      for (Group const& g : merged) Order(boxes, g, out);
+      return;
+    }
+  }
+  // Neither cut separates them: top to bottom, then left to right.
+  Group rest = items;
+  std::sort(rest.begin(), rest.end(), [&](int a, int b) {
+    Box const& p = boxes[std::size_t(a)];
+    Box const& q = boxes[std::size_t(b)];
+    return p.t != q.t ? p.t < q.t : p.l < q.l;
+  });
+  out.insert(out.end(), rest.begin(), rest.end());
+}
+
+}  // namespace
+
+std::vector<int> ReadingOrder(std::vector<Box> const& boxes) {
+  Group all(boxes.size());
+  for (std::size_t i = 0; i < all.size(); ++i) all[i] = int(i);
+  std::vector<int> out;
+  out.reserve(boxes.size());
+  Order(boxes, all, out);
+  return out;
+}
+
+}  // namespace quilp
