@@ -11,6 +11,7 @@
 
 #include "pages/page_maker.h"
 #include "quilp/clean_pipeline.h"
+#include "quilp/clean_work.h"
 #include "quilp/margin_marks.h"
 #include "support/pages.h"
 
@@ -88,20 +89,13 @@ Dib Grey(DibInfo const* page) {
   return Dib(out);
 }
 
-bool MeasureSkew(DibInfo* grey, double& radians) {
-  DibInfo* small = nullptr;
-  if (!DibDownscale(small, grey, 2, 2, 0, nullptr)) return false;
-  Dib owned(small);
-  return DibHoughGetAngle(radians, owned.get(), 0, nullptr);
-}
-
 Stages& StagesOf(int bits) {
   static Stages stages[2];
   Stages& s = stages[bits == 24 ? 1 : 0];
   if (s.grey) return s;
   s.grey = Grey(ScanPage(bits));
-  MeasureSkew(s.grey.get(), s.skew);
-  s.upright.reset(DibRotateAccurate(s.grey.get(), -s.skew, 0, nullptr));
+  quilp_cli::WorkCopy(s.grey.get(), kDpi).MeasureSkew(s.skew);
+  s.upright = quilp_cli::Straightened(s.grey.get(), -s.skew);
   DibInfo* made = nullptr;
   DibBinarizeEx(made, s.upright.get(), 7, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
   s.binary.reset(made);
@@ -114,33 +108,43 @@ void BM_Clean_Step_Grey(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(Grey(ScanPage(bits)).get());
 }
 
-void BM_Clean_Step_Margins(benchmark::State& state) {
+void BM_Clean_Step_Reduce(benchmark::State& state) {
   int const bits = int(state.range(0));
   Stages& s = StagesOf(bits);
   Label(state, bits);
+  for (auto _ : state) benchmark::DoNotOptimize(quilp_cli::WorkCopy(s.grey.get(), kDpi).Image());
+}
+
+// Finding the marks on the reduced copy and clearing them on the page.
+void BM_Clean_Step_Margins(benchmark::State& state) {
+  int const bits = int(state.range(0));
+  Stages& s = StagesOf(bits);
+  quilp_cli::WorkCopy work(s.grey.get(), kDpi);
+  Dib page = Grey(s.grey.get());
+  Label(state, bits);
   for (auto _ : state) {
-    quilp_cli::MarginMarks marks = quilp_cli::FindMarginMarks(s.grey.get(), kDpi);
-    benchmark::DoNotOptimize(marks.borderPixels);
+    quilp_cli::MarginMarks const marks = quilp_cli::FindMarginMarks(work.Image(), work.Dpi());
+    quilp_cli::ClearMarks(page.get(), marks, work.Factor());
   }
 }
 
 void BM_Clean_Step_Orient(benchmark::State& state) {
   int const bits = int(state.range(0));
-  Stages& s = StagesOf(bits);
+  quilp_cli::WorkCopy work(StagesOf(bits).grey.get(), kDpi);
   Label(state, bits);
   for (auto _ : state) {
     int confidence = 0;
-    benchmark::DoNotOptimize(DibDetectDominantOrientation(s.grey.get(), &confidence, nullptr));
+    benchmark::DoNotOptimize(work.Orientation(confidence));
   }
 }
 
 void BM_Clean_Step_Skew(benchmark::State& state) {
   int const bits = int(state.range(0));
-  Stages& s = StagesOf(bits);
+  quilp_cli::WorkCopy work(StagesOf(bits).grey.get(), kDpi);
   Label(state, bits);
   for (auto _ : state) {
     double radians = 0;
-    benchmark::DoNotOptimize(MeasureSkew(s.grey.get(), radians));
+    benchmark::DoNotOptimize(work.MeasureSkew(radians));
   }
 }
 
@@ -148,7 +152,7 @@ void BM_Clean_Step_Rotate(benchmark::State& state) {
   int const bits = int(state.range(0));
   Stages& s = StagesOf(bits);
   Label(state, bits);
-  for (auto _ : state) Dib(DibRotateAccurate(s.grey.get(), -s.skew, 0, nullptr));
+  for (auto _ : state) benchmark::DoNotOptimize(quilp_cli::Straightened(s.grey.get(), -s.skew).get());
 }
 
 void BM_Clean_Step_Binarize(benchmark::State& state) {
@@ -172,6 +176,7 @@ void BM_Clean_Step_Despeckle(benchmark::State& state) {
 #define CLEAN_STEP(name) \
   BENCHMARK(name)->Arg(24)->Arg(8)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()
 CLEAN_STEP(BM_Clean_Step_Grey);
+CLEAN_STEP(BM_Clean_Step_Reduce);
 CLEAN_STEP(BM_Clean_Step_Margins);
 CLEAN_STEP(BM_Clean_Step_Orient);
 CLEAN_STEP(BM_Clean_Step_Skew);
