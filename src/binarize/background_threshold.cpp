@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -194,15 +195,20 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
       bin[std::size_t(b * 256 + v)] = static_cast<uint16_t>(v < b ? Contrast(b, v) : 256 + v - b);
   uint64_t* const even = counts.data();
   uint64_t* const odd = even + 512;
+  // The surface of every row, kept from pass 1 for pass 2 when a page of bytes can be had
+  // (else pass 2 interpolates it again).
+  std::unique_ptr<uint8_t[]> const kept(new (std::nothrow) uint8_t[std::size_t(grey.width) * std::size_t(grey.height)]);
+  auto paperRow = [&](int y) { return kept ? &kept[std::size_t(y) * std::size_t(grey.width)] : paper.data(); };
   for (int y = 0; y < grey.height; ++y) {
     uint8_t const* src = rows.view.Row(y);
-    surface.Row(rows.Visual(y), paper.data());
+    uint8_t* const paperOf = paperRow(y);
+    surface.Row(rows.Visual(y), paperOf);
     int x = 0;
     for (; x + 1 < grey.width; x += 2) {
-      ++even[bin[std::size_t(paper[x]) * 256 + src[x]]];
-      ++odd[bin[std::size_t(paper[x + 1]) * 256 + src[x + 1]]];
+      ++even[bin[std::size_t(paperOf[x]) * 256 + src[x]]];
+      ++odd[bin[std::size_t(paperOf[x + 1]) * 256 + src[x + 1]]];
     }
-    if (x < grey.width) ++even[bin[std::size_t(paper[x]) * 256 + src[x]]];
+    if (x < grey.width) ++even[bin[std::size_t(paperOf[x]) * 256 + src[x]]];
   }
   for (int i = 0; i < 256; ++i) {  // counts are whole numbers: exact in doubles below 2^53
     hist[i] += double(even[i] + odd[i]);
@@ -237,8 +243,9 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
   for (int y = 0; y < grey.height; ++y) {
     uint8_t const* src = rows.view.Row(y);
     int const visual = rows.Visual(y);
-    surface.Row(visual, paper.data());
-    PackRow(bits.data(), grey.width, [&](int x) { return src[x] < cut[paper[x]]; });
+    uint8_t const* const paperOf = paperRow(y);
+    if (!kept) surface.Row(visual, paper.data());
+    PackRow(bits.data(), grey.width, [&](int x) { return src[x] < cut[paperOf[x]]; });
     sink.Put(visual, bits.data());
   }
   return true;
