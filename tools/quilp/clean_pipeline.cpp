@@ -12,10 +12,10 @@
 //      decision (DibCompressBits);
 //   6. despeckle: specks removed from the 1-bit result (DibCleanPimples).
 // Steps 1-3 look at one copy reduced to about 150 dpi (clean_work.h), made once and turned
-// with the page. The work is done on an equal-weights grey of colour pages; the colour page is turned and
-// cleaned alongside only while it may become the result. Every intermediate is owned by a
-// Dib, so a failure anywhere releases everything. Cost on an A4 page at 300 dpi: bench/bench_clean.cpp
-// measures the whole and each step.
+// with the page. The work is done on an equal-weights grey of colour pages; the colour page
+// is turned and cleaned alongside only while it may become the result. Every intermediate is
+// owned by a Dib, so a failure anywhere releases everything. Cost on an A4 page at 300 dpi:
+// bench/bench_clean.cpp measures the whole and each step.
 #include "quilp/clean_pipeline.h"
 
 #include <algorithm>

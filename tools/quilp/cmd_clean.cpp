@@ -1,8 +1,10 @@
 // cmd_clean.cpp - "quilp clean": scans in, clean pages out. The pages of all inputs are shared
 // out one by one to a pool of worker threads (the library is re-entrant and starts none of its
 // own); each worker reads a page (of a multi-page TIFF only that page), cleans it and writes
-// the result through a temporary file renamed when complete. A bad file gives one line and the batch goes on. Ctrl-C lets the pages in hand
-// finish and stops; a second Ctrl-C ends the process at once (no output is ever half-written).
+// the result through a temporary file renamed when complete, so a worker holds about one
+// page. A bad file or page gives one line and the batch goes on. Ctrl-C lets the pages in
+// hand finish and stops; a second Ctrl-C ends the process at once (no output is ever
+// half-written).
 #include <unistd.h>
 
 #include <atomic>
