@@ -24,9 +24,7 @@ inline __m256i LowHalves(__m256i a, __m256i b) {
 
 // Eight bytes from p, widened to 32-bit lanes.
 inline __m256i Load8(uint8_t const* p) {
-  int64_t v;
-  std::memcpy(&v, p, 8);
-  return _mm256_cvtepu8_epi32(_mm_cvtsi64_si128(v));
+  return _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(p)));
 }
 
 void Bilinear8(uint8_t const* origin, std::ptrdiff_t step, int64_t X, int64_t Y, int64_t dx, int64_t dy,
