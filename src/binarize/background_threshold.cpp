@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <new>
 #include <vector>
 
@@ -45,9 +46,15 @@ class Surface {
 
  private:
   int f_ = 1, sw_ = 0, sh_ = 0, width_ = 0;
+  // Block row i interpolated along the row to every pixel, times 256 (exact, no rounding);
+  // when it must be made, the slot holding row `keep` is left alone.
+  uint16_t const* Expanded(int i, int keep);
+
   std::vector<uint8_t> blocks_, work_;
   std::vector<int> x0_, wx_;    // per pixel: left block centre and weight (0..256)
-  std::vector<int> vertical_;  // the current row interpolated between two block rows
+  // Two expanded block rows, kept while the rows between their centres are asked for.
+  std::vector<uint16_t> expanded_[2];
+  int expandedRow_[2] = {-1, -1};
 };
 
 bool Surface::Build(DibView const& grey, int window) {
@@ -61,7 +68,8 @@ bool Surface::Build(DibView const& grey, int window) {
     work_.assign(n, 0);
     x0_.resize(std::size_t(width_));
     wx_.resize(std::size_t(width_));
-    vertical_.resize(std::size_t(sw_) + 1);
+    expanded_[0].resize(std::size_t(width_));
+    expanded_[1].resize(std::size_t(width_));
   } catch (std::bad_alloc const&) {
     return false;
   }
@@ -113,6 +121,24 @@ bool Surface::Build(DibView const& grey, int window) {
   return true;
 }
 
+// The surface is bilinear between block centres with one rounding at the end, so it can be
+// interpolated along rows first: each block row is expanded to pixels once (a row of blocks
+// serves about 2f pixel rows) and every pixel row is a blend of two expanded rows.
+uint16_t const* Surface::Expanded(int i, int keep) {
+  for (int k = 0; k < 2; ++k)
+    if (expandedRow_[k] == i) return expanded_[k].data();
+  int const k = expandedRow_[0] == keep ? 1 : 0;
+  uint8_t const* a = &blocks_[std::size_t(i) * std::size_t(sw_)];
+  uint16_t* e = expanded_[k].data();
+  for (int x = 0; x < width_; ++x) {
+    int const j = x0_[x], t = wx_[x];
+    int const next = j + 1 < sw_ ? a[j + 1] : a[j];
+    e[x] = static_cast<uint16_t>(a[j] * (256 - t) + next * t);
+  }
+  expandedRow_[k] = i;
+  return e;
+}
+
 void Surface::Row(int y, uint8_t* out) {
   int const pos = 2 * y - (f_ - 1);
   int i = 0, w = 0;
@@ -120,15 +146,11 @@ void Surface::Row(int y, uint8_t* out) {
     i = std::min(pos / (2 * f_), sh_ - 1);
     w = i >= sh_ - 1 ? 0 : (pos - 2 * f_ * i) * 256 / (2 * f_);
   }
-  uint8_t const* a = &blocks_[std::size_t(i) * std::size_t(sw_)];
-  uint8_t const* b = w ? a + sw_ : a;
-  int* v = vertical_.data();
-  for (int x = 0; x < sw_; ++x) v[x] = a[x] * (256 - w) + b[x] * w;
-  v[sw_] = v[sw_ - 1];
-  for (int x = 0; x < width_; ++x) {
-    int const j = x0_[x], t = wx_[x];
-    out[x] = static_cast<uint8_t>((v[j] * (256 - t) + v[j + 1] * t + 32768) >> 16);
-  }
+  int const n = width_;  // a local: the byte stores below may alias the members
+  uint16_t const* a = Expanded(i, i + 1);
+  uint16_t const* b = w ? Expanded(i + 1, i) : a;
+  uint32_t const wa = uint32_t(256 - w), wb = uint32_t(w);
+  for (int x = 0; x < n; ++x) out[x] = static_cast<uint8_t>((a[x] * wa + b[x] * wb + 32768) >> 16);
 }
 
 // The median of hist[lo..hi), or lo when empty.
@@ -159,7 +181,9 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
   // Pass 1: the histograms of the contrast d (pixels darker than the paper) and of the
   // excess v - B of those lighter than it, which is paper noise alone.
   std::vector<double> hist(256, 0.0), excess(256, 0.0);
-  std::vector<int> counts(512, 0);
+  // Whole-page counts of each bin, even and odd columns apart: neighbours mostly fall in the
+  // same bin, and two counters keep their increments from waiting on each other.
+  std::vector<uint64_t> counts(1024, 0);
   std::vector<uint16_t> bin;  // the histogram bin of each (B, v): d, or 256 + v - B
   try {
     bin.resize(256 * 256);
@@ -169,16 +193,27 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
   for (int b = 0; b < 256; ++b)
     for (int v = 0; v < 256; ++v)
       bin[std::size_t(b * 256 + v)] = static_cast<uint16_t>(v < b ? Contrast(b, v) : 256 + v - b);
+  uint64_t* const even = counts.data();
+  uint64_t* const odd = even + 512;
+  // The surface of every row, kept from pass 1 for pass 2 when a page of bytes can be had
+  // (else pass 2 interpolates it again).
+  std::unique_ptr<uint8_t[]> const kept(new (std::nothrow) uint8_t[std::size_t(grey.width) * std::size_t(grey.height)]);
+  auto paperRow = [&](int y) { return kept ? &kept[std::size_t(y) * std::size_t(grey.width)] : paper.data(); };
   for (int y = 0; y < grey.height; ++y) {
     uint8_t const* src = rows.view.Row(y);
-    surface.Row(rows.Visual(y), paper.data());
-    std::fill(counts.begin(), counts.end(), 0);
-    for (int x = 0; x < grey.width; ++x) ++counts[bin[std::size_t(paper[x]) * 256 + src[x]]];
-    for (int i = 0; i < 256; ++i) {
-      hist[i] += counts[i];
-      excess[i] += counts[256 + i];
-      hist[0] += counts[256 + i];
+    uint8_t* const paperOf = paperRow(y);
+    surface.Row(rows.Visual(y), paperOf);
+    int x = 0;
+    for (; x + 1 < grey.width; x += 2) {
+      ++even[bin[std::size_t(paperOf[x]) * 256 + src[x]]];
+      ++odd[bin[std::size_t(paperOf[x + 1]) * 256 + src[x + 1]]];
     }
+    if (x < grey.width) ++even[bin[std::size_t(paperOf[x]) * 256 + src[x]]];
+  }
+  for (int i = 0; i < 256; ++i) {  // counts are whole numbers: exact in doubles below 2^53
+    hist[i] += double(even[i] + odd[i]);
+    excess[i] = double(even[256 + i] + odd[256 + i]);
+    hist[0] += excess[i];
   }
   // The paper and ink classes and the cut between them.
   std::vector<int> ihist(256);
@@ -208,8 +243,9 @@ bool BackgroundBinarize(DibView const& grey, int window, double k, BitRowSink& s
   for (int y = 0; y < grey.height; ++y) {
     uint8_t const* src = rows.view.Row(y);
     int const visual = rows.Visual(y);
-    surface.Row(visual, paper.data());
-    PackRow(bits.data(), grey.width, [&](int x) { return src[x] < cut[paper[x]]; });
+    uint8_t const* const paperOf = paperRow(y);
+    if (!kept) surface.Row(visual, paper.data());
+    PackRow(bits.data(), grey.width, [&](int x) { return src[x] < cut[paperOf[x]]; });
     sink.Put(visual, bits.data());
   }
   return true;

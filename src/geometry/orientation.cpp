@@ -113,15 +113,22 @@ FrameScore ScoreFrame(GreyImage const& g, int threshold, int dpiOfSmall) {
   int const pad = int(std::ceil(std::fabs(slope) * (g.width / strips + 1))) + 1;
   std::vector<std::vector<double>> profiles(std::size_t(strips),
                                             std::vector<double>(std::size_t(g.height + 2 * pad)));
+  // Per column: its strip and how far its lines have dropped at the strip's centre.
+  std::vector<int> stripOf(std::size_t(g.width));
+  std::vector<double> drop(std::size_t(g.width));
+  for (int x = 0; x < g.width; ++x) {
+    int const strip = std::min(strips - 1, int(int64_t(x) * strips / g.width));
+    double const centre = (strip + 0.5) * g.width / strips;
+    stripOf[std::size_t(x)] = strip;
+    drop[std::size_t(x)] = slope * (x - centre);
+  }
   for (int y = 0; y < g.height; ++y) {
     uint8_t const* row = g.Row(y);
     for (int x = 0; x < g.width; ++x) {
       if (row[x] >= threshold) continue;
-      int const strip = std::min(strips - 1, int(int64_t(x) * strips / g.width));
-      double const centre = (strip + 0.5) * g.width / strips;
       // The row this pixel's line crosses the strip's centre at.
-      int const bin = int(std::floor(y - slope * (x - centre) + 0.5)) + pad;
-      if (bin >= 0 && bin < g.height + 2 * pad) profiles[std::size_t(strip)][std::size_t(bin)] += 1.0;
+      int const bin = int(std::floor(y - drop[std::size_t(x)] + 0.5)) + pad;
+      if (bin >= 0 && bin < g.height + 2 * pad) profiles[std::size_t(stripOf[std::size_t(x)])][std::size_t(bin)] += 1.0;
       ++s.ink;
     }
   }

@@ -9,6 +9,8 @@
 // bicubic 16 reads, 20 multiplies.
 #include "geometry/resample.h"
 
+#include "geometry/resample_run.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -244,7 +246,8 @@ template <int kBpp>
 void AffineBilinearRows(DibView const& dst, Source const& s, AffineCoords const& c) {
   int64_t const xLimit = int64_t(s.view.width - 1) << 32, yLimit = int64_t(s.view.height - 1) << 32;
   auto inside = [&](int64_t X, int64_t Y) { return X >= 0 && X < xLimit && Y >= 0 && Y < yLimit; };
-  constexpr int kOne = 1 << kWeightBits, kHalf = 1 << (2 * kWeightBits - 1);
+  [[maybe_unused]] constexpr int kOne = 1 << kWeightBits, kHalf = 1 << (2 * kWeightBits - 1);
+  [[maybe_unused]] ResampleRunKernels const& run = ResampleRunKernelsActive();
   for (int v = 0; v < dst.height; ++v) {
     uint8_t* out = dst.Row(v);
     int64_t const rowX = c.x0 + c.dxv * v, rowY = c.y0 + c.dyv * v;
@@ -268,22 +271,26 @@ void AffineBilinearRows(DibView const& dst, Source const& s, AffineCoords const&
       Bilinear<kBpp>(s, rowX + c.dxu * u, rowY + c.dyu * u, out + std::ptrdiff_t(u) * kBpp);
     int64_t X = rowX + c.dxu * ua, Y = rowY + c.dyu * ua;
     uint8_t* o = out + std::ptrdiff_t(ua) * kBpp;
-    int cachedRow = -1;
-    uint8_t const* rowStart = nullptr;
-    for (int u = ua; u < ub; ++u, X += c.dxu, Y += c.dyu, o += kBpp) {
-      int const fx = int((X >> 24) & 255), fy = int((Y >> 24) & 255);
-      int const gx = kOne - fx, gy = kOne - fy;
-      int const iy = int(Y >> 32);
-      if (iy != cachedRow) {  // the source row changes every 1 / sin(angle) pixels
-        cachedRow = iy;
-        rowStart = s.view.Row(iy);
-      }
-      uint8_t const* p0 = rowStart + std::ptrdiff_t(X >> 32) * kBpp;
-      uint8_t const* p1 = p0 + s.view.step;
-      for (int ch = 0; ch < kBpp; ++ch) {
-        int const top = p0[ch] * gx + p0[ch + kBpp] * fx;
-        int const bottom = p1[ch] * gx + p1[ch + kBpp] * fx;
-        o[ch] = uint8_t((top * gy + bottom * fy + kHalf) >> (2 * kWeightBits));
+    if constexpr (kBpp == 1) {  // grey: the run kernel of the active tier
+      run.bilinear8(s.view.Row(0), s.view.step, X, Y, c.dxu, c.dyu, ub - ua, o);
+    } else {
+      int cachedRow = -1;
+      uint8_t const* rowStart = nullptr;
+      for (int u = ua; u < ub; ++u, X += c.dxu, Y += c.dyu, o += kBpp) {
+        int const fx = int((X >> 24) & 255), fy = int((Y >> 24) & 255);
+        int const gx = kOne - fx, gy = kOne - fy;
+        int const iy = int(Y >> 32);
+        if (iy != cachedRow) {  // the source row changes every 1 / sin(angle) pixels
+          cachedRow = iy;
+          rowStart = s.view.Row(iy);
+        }
+        uint8_t const* p0 = rowStart + std::ptrdiff_t(X >> 32) * kBpp;
+        uint8_t const* p1 = p0 + s.view.step;
+        for (int ch = 0; ch < kBpp; ++ch) {
+          int const top = p0[ch] * gx + p0[ch + kBpp] * fx;
+          int const bottom = p1[ch] * gx + p1[ch + kBpp] * fx;
+          o[ch] = uint8_t((top * gy + bottom * fy + kHalf) >> (2 * kWeightBits));
+        }
       }
     }
     for (int u = ub; u < dst.width; ++u)

@@ -67,7 +67,10 @@ bool BumpsAndNotches(InkBits& ink) {
         return WordAt(ink.Row(yy), words, 64 * k + dx, 0);
       };
       auto paperAt = [&](int dy, int dx) { return ~inkAt(dy, dx); };
-      uint64_t f = Protrusions(inkAt) | Protrusions(paperAt);
+      uint64_t f = Protrusions(inkAt);
+      // A paper pixel sticks out only between ink on two opposite sides: on blank paper
+      // (most of a page) the paper pass has nothing to find.
+      if ((inkAt(0, -1) & inkAt(0, 1)) | (inkAt(-1, 0) & inkAt(1, 0))) f |= Protrusions(paperAt);
       if (k == words - 1) f &= tail;
       flips.Row(y)[k] = f;
     }

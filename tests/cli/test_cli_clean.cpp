@@ -25,15 +25,16 @@ using namespace cli_test;
 
 namespace {
 
-DibPtr Page(int bits, double skew, uint32_t seed, int width = 500, int height = 360) {
-  return DibPtr(quilp_pages::MakePage({.width = width, .height = height, .dpi = 150,
+DibPtr Page(int bits, double skew, uint32_t seed, int width = 500, int height = 360, int dpi = 150) {
+  return DibPtr(quilp_pages::MakePage({.width = width, .height = height, .dpi = dpi,
                                        .bitCount = bits, .skewDegrees = skew, .photo = false,
                                        .seed = seed}));
 }
 
 // A TIFF of uncompressed 8-bit grey pages, written here byte by byte (so the tool reads a file
-// it did not write): header, then per page its rows and a 12-entry directory.
-void WriteGreyTiff(std::string const& name, std::vector<DibInfo const*> const& pages) {
+// it did not write): header, then per page its rows and a 12-entry directory. Page `damaged`
+// (from 0) gets pixel data beyond the end of the file.
+void WriteGreyTiff(std::string const& name, std::vector<DibInfo const*> const& pages, int damaged = -1) {
   std::string f = std::string("II*\0", 4) + std::string(4, '\0');
   auto put = [&f](std::size_t at, uint32_t v, int n) { for (int i = 0; i < n; ++i) f[at + i] = char(v >> (8 * i)); };
   std::size_t link = 4;  // where the previous directory's "next" offset goes
@@ -47,7 +48,8 @@ void WriteGreyTiff(std::string const& name, std::vector<DibInfo const*> const& p
     put(link, dir, 4);
     uint16_t const tags[][2] = {{256, 4}, {257, 4}, {258, 3}, {259, 3}, {262, 3}, {273, 4},
                                 {277, 3}, {278, 4}, {279, 4}, {282, 5}, {283, 5}, {296, 3}};
-    uint32_t const values[] = {w, h, 8, 1, 1, pixels, 1, h, w * h, rational, rational, 2};
+    bool const lost = damaged-- == 0;
+    uint32_t const values[] = {w, h, 8, 1, 1, lost ? 0x7FFFFF00u : pixels, 1, h, w * h, rational, rational, 2};
     f.append(2 + 12 * 12 + 4, '\0');
     put(dir, 12, 2);
     for (int i = 0; i < 12; ++i) {
@@ -120,9 +122,40 @@ TEST(CliClean, BatchNamesPagesSkipsOverwritesAndCountsFailures) {
     for (std::string const& name : Listing(folder)) EXPECT_NE(name[0], '.') << "left behind: " << name;
 }
 
-TEST(CliClean, BorderGoesTextStaysAndDepthFollowsTheChoice) {
-  DibPtr page = Page(24, 0.0, 5);
+// The pages of one multi-page file go to the workers one by one: each lands under its own
+// number (the widths tell them apart) and a damaged page fails alone.
+TEST(CliClean, MultiPageFileIsCleanedPageByPage) {
+  std::vector<DibPtr> pages;
+  std::vector<DibInfo const*> list;
+  for (int i = 0; i < 6; ++i) {
+    pages.push_back(Page(8, 0.5, 20 + uint32_t(i), 300 + 16 * i, 240));
+    list.push_back(pages.back().get());
+  }
+  WriteGreyTiff("cm-in.tif", list, 2);
+  Outcome r = Quilp("clean cm-in.tif -o cm-out --jobs 2 --no-orient --grey");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.err.find("cleaned 5 pages, skipped 0, failed 1"), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find("page 3"), std::string::npos) << r.err;
+  std::set<std::string> const written = Listing("cm-out");
+  EXPECT_EQ(written.size(), 5u);
+  EXPECT_EQ(written.count("cm-in-p003.png"), 0u);
+  for (int i : {0, 1, 3, 4, 5}) {
+    char name[32];
+    std::snprintf(name, sizeof name, "cm-out/cm-in-p%03d.png", i + 1);
+    Outcome info = Quilp(std::string("info ") + name);
+    EXPECT_NE(info.out.find(std::to_string(300 + 16 * i) + " x 240"), std::string::npos) << info.out;
+  }
+}
+
+// At 300 dpi the marks are found on a half-size copy: an odd-sized page checks that they are
+// cleared to the last column and row.
+TEST(CliClean, BorderAndHoleGoTextStaysAndDepthFollowsTheChoice) {
+  DibPtr page = Page(24, 0.0, 5, 1001, 701, 300);
   for (int y = 0; y < page->Height(); ++y) std::memset(page->GetLine(y), 20, 3 * 24);  // dark left strip
+  auto inHole = [](int x, int y) { return (x - 60) * (x - 60) + (y - 350) * (y - 350) <= 30 * 30; };
+  for (int y = 0; y < page->Height(); ++y)
+    for (int x = 0; x < 100; ++x)
+      if (inHole(x, y)) std::memset(page->GetLine(y) + 3 * x, 25, 3);
   WriteBmpFile("cd-page.bmp", page.get());
   struct Case { char const* flags; int bits; };
   Case const cases[] = {{"", 1}, {"--grey", 8}, {"--keep-colour", 24}, {"--auto-depth", 24}};
@@ -130,7 +163,7 @@ TEST(CliClean, BorderGoesTextStaysAndDepthFollowsTheChoice) {
     SCOPED_TRACE(c.flags);
     Outcome r = Quilp(std::string("clean cd-page.bmp -o cd-out.bmp --overwrite --no-deskew --no-orient ") + c.flags);
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("border removed"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("border removed, 1 hole removed"), std::string::npos) << r.out;
     DibPtr out(ReadBmpFile("cd-out.bmp"));
     ASSERT_TRUE(out);
     EXPECT_EQ(out->BitsPerPixel(), c.bits);
@@ -141,7 +174,7 @@ TEST(CliClean, BorderGoesTextStaysAndDepthFollowsTheChoice) {
         bool const ink = c.bits == 1 ? !((out->GetLine(y)[x / 8] >> (7 - x % 8)) & 1)
                                      : out->GetLine(y)[x * c.bits / 8] < 128;
         dark += ink;
-        strip += ink && x < 24;
+        strip += ink && (x < 24 || inHole(x, y));
       }
     EXPECT_EQ(strip, 0);
     EXPECT_GT(dark, 1000);  // the text is still there

@@ -3,32 +3,34 @@
 //      because a border's long straight edge would mislead the orientation and skew;
 //   2. upright: the dominant text orientation, turned by quarter turns when the detector is
 //      confident (DibDetectDominantOrientation, DibRotateBy90);
-//   3. deskew: the skew measured on a copy reduced to about 150 dpi (DibDownscale,
-//      DibHoughGetAngle), then turned back (DibRotateAccurate, bilinear, same size);
+//   3. deskew: the skew measured (DibHoughGetAngle), then turned back (DibRotateAccurate,
+//      bilinear, same size);
 //   4. flatten (grey results and the depth decision): the paper level estimated by a
 //      maximum-then-minimum window wider than any stroke and divided out (DibFilterGreyEx 267);
 //   5. depth: binarized by the recommended adaptive method (DibBinarizeEx 7, which estimates
 //      the paper surface itself), or kept grey or colour, or chosen per page by the depth
 //      decision (DibCompressBits);
 //   6. despeckle: specks removed from the 1-bit result (DibCleanPimples).
-// The work is done on an equal-weights grey of colour pages; the colour page is turned and
-// cleaned alongside only while it may become the result. Every intermediate is owned by a
-// Dib, so a failure anywhere releases everything. Cost on an A4 page at 300 dpi: see the
-// closing figures of scripts/ocr_check.py.
+// Steps 1-3 look at one copy reduced to about 150 dpi (clean_work.h), made once and turned
+// with the page. The work is done on an equal-weights grey of colour pages; the colour page
+// is turned and cleaned alongside only while it may become the result. Every intermediate is
+// owned by a Dib, so a failure anywhere releases everything. Cost on an A4 page at 300 dpi:
+// bench/bench_clean.cpp measures the whole and each step.
 #include "quilp/clean_pipeline.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <ctime>
+#include <memory>
 
+#include "quilp/clean_work.h"
 #include "quilp/margin_marks.h"
 
 namespace quilp_cli {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kSkewWorkDpi = 150.0;  // skew is measured at about this resolution
 
 constexpr unsigned char kChromaLevel = 24;  // the depth decision: colour above this chroma,
 constexpr double kColourfulShare = 0.001;     // measured on the most colourful 0.1 % of pixels;
@@ -68,26 +70,6 @@ Dib AtDepth(DibInfo const* page, int depth, char const* step) {
   return Made(code, out, step);
 }
 
-// The skew in radians, measured on a copy reduced to about kSkewWorkDpi.
-bool MeasureSkew(DibInfo* grey, double dpi, double& radians) {
-  int const factor = std::max(1, int(dpi / kSkewWorkDpi + 0.5));
-  DibInfo* small = nullptr;
-  if (!DibDownscale(small, grey, factor, factor, 0, nullptr)) return false;
-  Dib owned(small);
-  return DibHoughGetAngle(radians, owned.get(), 0, nullptr);
-}
-
-// Paints the mask's marked pixels white in an image of the mask's size (8, 24 or 32 bits).
-void PaintWhite(DibInfo* image, DibInfo const* mask) {
-  int const bytes = image->BitsPerPixel() / 8;
-  for (int y = 0; y < image->Height(); ++y) {
-    unsigned char const* m = mask->GetLine(y);
-    unsigned char* p = image->GetLine(y);
-    for (int x = 0; x < image->Width(); ++x)
-      if (m[x]) std::fill(p + bytes * x, p + bytes * (x + 1), 255);
-  }
-}
-
 }  // namespace
 
 Dib CleanPage(DibInfo const* source, CleanSettings const& settings, PageReport& report) {
@@ -107,35 +89,36 @@ Dib CleanPage(DibInfo const* source, CleanSettings const& settings, PageReport& 
     if (page) page = transform(page.get(), step);
   };
 
+  // Margins, orientation and skew are found on one reduced copy, kept in step with the page.
+  std::unique_ptr<WorkCopy> work;
+  if (settings.margins || settings.orient || settings.deskew) work = std::make_unique<WorkCopy>(grey.get(), dpi);
   if (settings.margins) {
-    MarginMarks marks = FindMarginMarks(grey.get(), dpi);
-    report.borderPixels = marks.borderPixels;
+    MarginMarks const marks = FindMarginMarks(work->Image(), work->Dpi());
+    report.borderPixels = marks.borderPixels * work->Factor() * work->Factor();
     report.holes = marks.holes;
-    if (marks.mask) {
-      PaintWhite(grey.get(), marks.mask.get());
-      if (page) PaintWhite(page.get(), marks.mask.get());
-    }
+    ClearMarks(work->Image(), marks, 1);
+    ClearMarks(grey.get(), marks, work->Factor());
+    if (page) ClearMarks(page.get(), marks, work->Factor());
   }
   if (settings.orient) {
     int confidence = 0;
-    int const turns = DibDetectDominantOrientation(grey.get(), &confidence, nullptr);
+    int const turns = work->Orientation(confidence);
     if (turns == -2) throw CliError("orientation detection ran out of memory");
     report.orientChecked = true;
     if (turns > 0 && confidence >= kMinOrientConfidence) {
       both([turns](DibInfo* image, char const* step) { return Created(DibRotateBy90(image, turns, nullptr), step); },
            "turning upright");
+      work->Turn(turns);
       report.quarterTurns = turns;
     }
   }
   if (settings.deskew) {
     double radians = 0.0;
-    report.skewMeasured = MeasureSkew(grey.get(), dpi, radians);
+    report.skewMeasured = work->MeasureSkew(radians);
     report.skewDegrees = radians * 180.0 / kPi;
     // Worth turning only when the far ends of the page move by half a pixel or more.
     if (report.skewMeasured && std::fabs(radians) * grey->Width() >= 1.0) {
-      both([radians](DibInfo* image, char const* step) {
-        return Created(DibRotateAccurate(image, -radians, 0, nullptr), step);
-      }, "deskewing");
+      both([radians](DibInfo* image, char const*) { return Straightened(image, -radians); }, "deskewing");
       report.deskewed = true;
     }
   }

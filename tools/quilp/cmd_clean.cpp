@@ -1,13 +1,17 @@
-// cmd_clean.cpp - "quilp clean": scans in, clean pages out. Input files are shared out to a pool
-// of worker threads (the library is re-entrant and starts none of its own); each worker reads a
-// file, cleans its pages and writes every result through a temporary file renamed when
-// complete. A bad file gives one line and the batch goes on. Ctrl-C lets the pages in hand
-// finish and stops; a second Ctrl-C ends the process at once (no output is ever half-written).
+// cmd_clean.cpp - "quilp clean": scans in, clean pages out. The pages of all inputs are shared
+// out one by one to a pool of worker threads (the library is re-entrant and starts none of its
+// own); each worker reads a page (of a multi-page TIFF only that page), cleans it and writes
+// the result through a temporary file renamed when complete, so a worker holds about one
+// page. A bad file or page gives one line and the batch goes on. Ctrl-C lets the pages in
+// hand finish and stops; a second Ctrl-C ends the process at once (no output is ever
+// half-written).
 #include <unistd.h>
 
 #include <atomic>
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <mutex>
 #include <thread>
 
 #include "quilp/clean_plan.h"
@@ -48,72 +52,94 @@ std::string Refusal(CleanJob const& job, std::string const& target, bool overwri
   return "";
 }
 
-void RunJob(CleanJob const& job, CleanOptions const& o, CleanLog& log) {
-  if (!job.error.empty()) {
-    for (int p = 1; p <= std::max(1, job.pages); ++p) log.Add(Outcome(job, p, PageStatus::Failed, job.error));
-    return;
-  }
-  bool allSkipped = true;
-  for (std::string const& t : job.targets) {
-    bool skip = false;
-    std::string const why = Refusal(job, t, o.overwrite, skip);
-    if (!why.empty()) {
-      for (int p = 1; p <= job.pages; ++p) log.Add(Outcome(job, p, PageStatus::Failed, why));
-      return;
-    }
-    allSkipped = allSkipped && skip;
-  }
-  if (allSkipped) {
-    for (int p = 1; p <= job.pages; ++p) log.Add(Outcome(job, p, PageStatus::Skipped));
-    return;
-  }
-  std::vector<Dib> pages;
-  try {
-    pages = ReadPages(job.input);
-  } catch (CliError const& e) {
-    std::string why = e.what();
-    if (why.compare(0, job.input.size() + 4, "'" + job.input + "': ") == 0) why = why.substr(job.input.size() + 4);
-    log.Add(Outcome(job, 1, PageStatus::Failed, why));
-    return;
-  }
+// One page of work: page `index` (from 0) of plan job `job`.
+struct PageTask {
+  std::size_t job;
+  int index;
+};
+
+// What the pages of one input share while workers clean them: whether the input may be
+// written at all (decided by the first of its pages taken) and, for a multi-page output, the
+// cleaned pages gathered until the last is done.
+struct JobState {
+  std::mutex mutex;
+  bool checked = false, allSkipped = false;
+  std::string refusal;
   std::vector<Dib> cleaned;
   std::vector<PageOutcome> outcomes;
-  for (std::size_t i = 0; i < pages.size() && !gStop.load(); ++i) {
-    int const number = int(i) + 1;
-    PageOutcome out = Outcome(job, number, PageStatus::Cleaned);
-    if (!o.plan.multipage && i >= job.targets.size()) {
-      log.Add(Outcome(job, number, PageStatus::Failed, "more pages than counted; run again"));
-      continue;
-    }
-    try {
-      Dib clean = CleanPage(pages[i].get(), o.settings, out.report);
-      pages[i].reset();
-      if (o.plan.multipage) {
-        cleaned.push_back(std::move(clean));
-        outcomes.push_back(out);
-        continue;
-      }
+  int finished = 0;
+};
+
+// Decides once per input whether its targets may be written (under the job's lock).
+void CheckTargets(CleanJob const& job, CleanOptions const& o, JobState& state) {
+  if (state.checked) return;
+  state.checked = true;
+  state.allSkipped = true;
+  for (std::string const& t : job.targets) {
+    bool skip = false;
+    state.refusal = Refusal(job, t, o.overwrite, skip);
+    if (!state.refusal.empty()) return;
+    state.allSkipped = state.allSkipped && skip;
+  }
+}
+
+// The error of a read without the file's name, which the page's line gives already.
+std::string WithoutName(CleanJob const& job, std::string why) {
+  if (why.compare(0, job.input.size() + 4, "'" + job.input + "': ") == 0) why = why.substr(job.input.size() + 4);
+  return why;
+}
+
+// Writes a multi-page output once its last page is in (called by the worker that finished it).
+void WriteGathered(CleanJob const& job, CleanOptions const& o, JobState& state, CleanLog& log) {
+  try {
+    for (Dib const& d : state.cleaned)
+      if (!d) throw CliError("not every page could be cleaned");
+    std::vector<DibInfo const*> all;
+    for (Dib const& d : state.cleaned) all.push_back(d.get());
+    WritePages(job.targets[0], all, ImageFormat::Tiff, o.encode);
+    for (PageOutcome& out : state.outcomes) log.Add(out);
+  } catch (CliError const& e) {
+    for (PageOutcome& out : state.outcomes)
+      log.Add(out.status == PageStatus::Failed ? out : Outcome(job, out.page, PageStatus::Failed, e.what()));
+  }
+  state.cleaned.clear();
+}
+
+// Reads, cleans and writes one page. A multi-page input's pages are decoded one at a time, so
+// they spread over the workers and each holds only the page in hand.
+void RunPage(CleanJob const& job, int index, CleanOptions const& o, JobState& state, CleanLog& log) {
+  int const number = index + 1;
+  if (!job.error.empty()) return log.Add(Outcome(job, number, PageStatus::Failed, job.error));
+  {
+    std::lock_guard<std::mutex> lock(state.mutex);
+    CheckTargets(job, o, state);
+  }
+  if (!state.refusal.empty()) return log.Add(Outcome(job, number, PageStatus::Failed, state.refusal));
+  if (state.allSkipped) return log.Add(Outcome(job, number, PageStatus::Skipped));
+  PageOutcome out = Outcome(job, number, PageStatus::Cleaned);
+  Dib clean;
+  try {
+    Dib page = ReadPage(job.input, index);
+    clean = CleanPage(page.get(), o.settings, out.report);
+    if (!o.plan.multipage) {
       bool skip = false;
       Refusal(job, out.output, o.overwrite, skip);
-      if (skip) {
-        log.Add(Outcome(job, number, PageStatus::Skipped));
-        continue;
-      }
+      if (skip) return log.Add(Outcome(job, number, PageStatus::Skipped));
       WritePages(out.output, {clean.get()}, o.plan.format, o.encode);
-      log.Add(out);
-    } catch (CliError const& e) {
-      log.Add(Outcome(job, number, PageStatus::Failed, e.what()));
+      return log.Add(out);
     }
-  }
-  if (!o.plan.multipage || outcomes.empty()) return;
-  try {
-    if (outcomes.size() != pages.size()) throw CliError("interrupted before the last page");
-    std::vector<DibInfo const*> all;
-    for (Dib const& d : cleaned) all.push_back(d.get());
-    WritePages(job.targets[0], all, ImageFormat::Tiff, o.encode);
-    for (PageOutcome& out : outcomes) log.Add(out);
   } catch (CliError const& e) {
-    for (PageOutcome& out : outcomes) log.Add(Outcome(job, out.page, PageStatus::Failed, e.what()));
+    out = Outcome(job, number, PageStatus::Failed, WithoutName(job, e.what()));
+    if (!o.plan.multipage) return log.Add(out);
+  }
+  std::lock_guard<std::mutex> lock(state.mutex);
+  state.cleaned.resize(std::size_t(job.pages));
+  state.cleaned[std::size_t(index)] = std::move(clean);
+  state.outcomes.push_back(out);
+  if (++state.finished == job.pages) {
+    std::sort(state.outcomes.begin(), state.outcomes.end(),
+              [](PageOutcome const& a, PageOutcome const& b) { return a.page < b.page; });
+    WriteGathered(job, o, state, log);
   }
 }
 
@@ -182,16 +208,26 @@ int RunClean(Args const& args) {
   sigaction(SIGINT, &action, &previous);
 
   CleanLog log(o.plan.totalPages, !args.Has("quiet") && isatty(STDERR_FILENO));
+  // Every page of every input is a task of its own, taken in order by whichever worker is free.
+  std::vector<PageTask> tasks;
+  for (std::size_t j = 0; j < o.plan.jobs.size(); ++j)
+    for (int p = 0; p < std::max(1, o.plan.jobs[j].pages); ++p) tasks.push_back(PageTask{j, p});
+  std::vector<JobState> states(o.plan.jobs.size());
   std::atomic<std::size_t> next{0};
   auto worker = [&] {
-    for (std::size_t i; !gStop.load() && (i = next++) < o.plan.jobs.size();) RunJob(o.plan.jobs[i], o, log);
+    for (std::size_t i; !gStop.load() && (i = next++) < tasks.size();)
+      RunPage(o.plan.jobs[tasks[i].job], tasks[i].index, o, states[tasks[i].job], log);
   };
   std::vector<std::thread> pool;
-  int const threads = std::min<int>(jobs, int(std::max<std::size_t>(1, o.plan.jobs.size())));
+  int const threads = std::min<int>(jobs, int(std::max<std::size_t>(1, tasks.size())));
   for (int t = 1; t < threads; ++t) pool.emplace_back(worker);
   worker();
   for (std::thread& t : pool) t.join();
   sigaction(SIGINT, &previous, nullptr);
+  for (std::size_t j = 0; j < states.size(); ++j)  // multi-page outputs cut short by Ctrl-C
+    for (PageOutcome const& out : states[j].outcomes)
+      if (states[j].finished < o.plan.jobs[j].pages)
+        log.Add(Outcome(o.plan.jobs[j], out.page, PageStatus::Failed, "interrupted before the last page"));
 
   bool const interrupted = gStop.load();
   std::string const summary = log.Finish(interrupted);

@@ -115,14 +115,15 @@ Decoded DecodeImage(unsigned char const* data, std::size_t size, uint64_t maxPix
   return d;
 }
 
-std::vector<Dib> ReadPages(std::string const& path) {
-  std::ifstream in(path, std::ios::binary);
+namespace {
+
+// The checks and the resolution rule every read of a file shares: `decode` gives the pages.
+template <typename Decode>
+std::vector<Dib> ReadChecked(std::string const& path, Decode decode) {
   struct stat st;
-  if (!in || stat(path.c_str(), &st) != 0) throw CliError("cannot open " + Quoted(path));
+  if (stat(path.c_str(), &st) != 0) throw CliError("cannot open " + Quoted(path));
   if (S_ISDIR(st.st_mode)) throw CliError(Quoted(path) + " is a folder, not an image file");
-  std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (in.bad()) throw CliError("cannot read " + Quoted(path));
-  Decoded d = DecodeImage(bytes.data(), bytes.size(), MaxPagePixels());
+  Decoded d = decode();
   if (!d.error.empty()) throw CliError(Quoted(path) + ": " + d.error);
   if (d.pages.empty()) throw CliError(Quoted(path) + ": no pages");
   if (!d.hasResolution) {
@@ -133,6 +134,37 @@ std::vector<Dib> ReadPages(std::string const& path) {
     for (Dib& page : d.pages) page->biXPelsPerMeter = page->biYPelsPerMeter = PelsPerMetre(kAssumedDpi);
   }
   return std::move(d.pages);
+}
+
+std::vector<unsigned char> FileBytes(std::string const& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw CliError("cannot open " + Quoted(path));
+  std::vector<unsigned char> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (in.bad()) throw CliError("cannot read " + Quoted(path));
+  return bytes;
+}
+
+bool IsTiffFile(std::string const& path) {
+  unsigned char head[4] = {};
+  std::ifstream in(path, std::ios::binary);
+  return in.read(reinterpret_cast<char*>(head), sizeof head) && SniffFormat(head, sizeof head) == ImageFormat::Tiff;
+}
+
+}  // namespace
+
+std::vector<Dib> ReadPages(std::string const& path) {
+  return ReadChecked(path, [&] {
+    std::vector<unsigned char> const bytes = FileBytes(path);
+    return DecodeImage(bytes.data(), bytes.size(), MaxPagePixels());
+  });
+}
+
+Dib ReadPage(std::string const& path, int index) {
+  if (!IsTiffFile(path)) {
+    if (index != 0) throw CliError(Quoted(path) + ": page " + std::to_string(index + 1) + ": not found");
+    return std::move(ReadPages(path).front());
+  }
+  return std::move(ReadChecked(path, [&] { return DecodeTiffPage(path, index, MaxPagePixels()); }).front());
 }
 
 Dib ReadBmp(std::string const& path) { return std::move(ReadPages(path).front()); }

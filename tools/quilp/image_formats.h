@@ -73,6 +73,11 @@ std::vector<Dib> ReadPages(std::string const& path);
 // know) to a temporary file beside `path`, renamed to `path` once complete.
 void WritePages(std::string const& path, std::vector<DibInfo const*> const& pages,
                 ImageFormat format, EncodeOptions const& options);
+// Page `index` (from 0) of an image file, read as ReadPages reads it; of a TIFF only that
+// page is decoded, so the pages of a long file can be read one at a time.
+Dib ReadPage(std::string const& path, int index);
+// Page `index` of the TIFF file at `path`, read from the file in place.
+Decoded DecodeTiffPage(std::string const& path, int index, uint64_t maxPixels);
 // The pages a file holds, read from a TIFF's directory chain without decoding them; 1 for other
 // formats and for files that cannot be opened (the read then says why).
 int CountPages(std::string const& path);

@@ -13,6 +13,8 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
+#include <utility>
 #include <vector>
 
 namespace quilp_cli {
@@ -138,6 +140,32 @@ MarginMarks FindMarginMarks(DibInfo const* grey, double dpi) {
     mask.reset(grown);
   marks.mask = std::move(mask);
   return marks;
+}
+
+void ClearMarks(DibInfo* image, MarginMarks const& marks, int factor) {
+  DibInfo const* mask = marks.mask.get();
+  if (!mask || factor < 1) return;
+  int const bytes = image->BitsPerPixel() / 8, w = image->Width(), h = image->Height();
+  int const mw = mask->Width(), mh = mask->Height();
+  std::vector<std::pair<int, int>> runs;  // a mask row's marked runs, in image columns
+  for (int my = 0; my < mh && my * factor < h; ++my) {
+    unsigned char const* m = mask->GetLine(my);
+    runs.clear();
+    for (int x = 0; x < mw; ++x) {
+      uint64_t eight = 0;  // most of a mask row is clear: skip it eight bytes at a time
+      while (x + 8 <= mw && (std::memcpy(&eight, m + x, 8), eight == 0)) x += 8;
+      if (x >= mw) break;
+      if (!m[x]) continue;
+      int end = x;
+      while (end < mw && m[end]) ++end;
+      runs.emplace_back(std::min(w, x * factor), std::min(w, end * factor));
+      x = end;
+    }
+    for (int y = my * factor; y < std::min(h, (my + 1) * factor); ++y)
+      for (auto const& run : runs)
+        std::memset(image->GetLine(y) + std::size_t(run.first) * std::size_t(bytes), 255,
+                    std::size_t(run.second - run.first) * std::size_t(bytes));
+  }
 }
 
 }  // namespace quilp_cli

@@ -261,19 +261,50 @@ std::string EncodeTiff(std::vector<DibInfo const*> const& pages, EncodeOptions c
 
 namespace quilp_cli {
 
+namespace {
+
+// The TIFF file at `path`, opened in place (libtiff reads only the parts it needs); its
+// messages go to s.error. Null when it cannot be opened.
+TIFF* OpenFile(std::string const& path, MemoryStream& s, uint64_t maxPixels) {
+  TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
+  if (!options) return nullptr;
+  TIFFOpenOptionsSetErrorHandlerExtR(options, KeepError, &s);
+  TIFFOpenOptionsSetWarningHandlerExtR(options, DropWarning, &s);
+  if (maxPixels)
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, tmsize_t(std::min<uint64_t>(maxPixels * 4 + (1u << 20),
+                                                                              uint64_t(INT32_MAX))));
+  TIFF* tif = TIFFOpenExt(path.c_str(), "r", options);
+  TIFFOpenOptionsFree(options);
+  return tif;
+}
+
+}  // namespace
+
 int CountPages(std::string const& path) {
   if (FormatOfName(path) != ImageFormat::Tiff) return 1;
   MemoryStream s;  // only its error string is used: libtiff's messages stay quiet
-  TIFFOpenOptions* options = TIFFOpenOptionsAlloc();
-  if (!options) return 1;
-  TIFFOpenOptionsSetErrorHandlerExtR(options, KeepError, &s);
-  TIFFOpenOptionsSetWarningHandlerExtR(options, DropWarning, &s);
-  TIFF* tif = TIFFOpenExt(path.c_str(), "r", options);
-  TIFFOpenOptionsFree(options);
+  TiffPtr tif(OpenFile(path, s, 0));
   if (!tif) return 1;
-  tdir_t const n = TIFFNumberOfDirectories(tif);
-  TIFFClose(tif);
+  tdir_t const n = TIFFNumberOfDirectories(tif.get());
   return n > 0 ? int(n) : 1;
+}
+
+Decoded DecodeTiffPage(std::string const& path, int index, uint64_t maxPixels) {
+  Decoded d;
+  MemoryStream s;
+  TiffPtr tif(OpenFile(path, s, maxPixels));
+  if (!tif) {
+    d.error = Why(s, "bad TIFF");
+    return d;
+  }
+  if (index < 0 || !TIFFSetDirectory(tif.get(), tdir_t(index))) {
+    d.error = "page " + std::to_string(index + 1) + ": " + Why(s, "not found");
+    return d;
+  }
+  Dib page = ReadDirectory(tif.get(), s, maxPixels, d.hasResolution, d.error);
+  if (!page) d.error = "page " + std::to_string(index + 1) + ": " + d.error;
+  else d.pages.push_back(std::move(page));
+  return d;
 }
 
 }  // namespace quilp_cli
