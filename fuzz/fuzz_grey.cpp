@@ -1,4 +1,4 @@
-// fuzz_grey.cpp - grey conversion, colour suppression and the depth decision.
+// fuzz_grey.cpp - grey conversion, the dropout grey, colour suppression and the depth decision.
 #include "fuzz_input.h"
 
 using namespace quilp_fuzz;
@@ -12,6 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
     Dib(DibRGB2Grey(source, colour, in.Rect(source, r)));
     Dib(DibRGB2GreyN(source, colour, in.Rect(source, r)));
     Dib(DibRGB2GreyX(source, colour, in.Int(-2, 40), in.Rect(source, r)));
+    Dib(DibDropoutGrey(source, in.Int(-1, 257), in.Int(-1, 256), in.Rect(source, r)));
     Dib(DibSupressColor(source, colour, in.Rect(source, r)));
     // Counts stay within the four colours given: a larger count is the caller's overrun.
     int const keep = in.Byte() % 4 - 1, drop = in.Byte() % 4 - 1;

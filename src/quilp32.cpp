@@ -1775,3 +1775,21 @@ DibInfo* DibWaterSegment(DibInfo* map, int seedLevel, int* count, tagRect32* rec
 }
 
 // (end of segmentation)
+// ---- Dropout grey -------------------------------------------------------------------
+
+#include "colour/dropout_grey.h"
+
+DibInfo* DibDropoutGrey(DibInfo const* src, int strength, int tolerance, tagRect32 const* rect) {
+  if (!src || (src->BitsPerPixel() != 24 && src->BitsPerPixel() != 32)) return nullptr;
+  if (strength < 0 || strength > 256 || tolerance < 0 || tolerance > 255) return nullptr;
+  Area area;
+  if (!ClampRect(src, rect, area)) return nullptr;
+  DibHolder result(DibCreateForOverwrite(area.width, HeightInOrderOf(src, area.height),
+                                         src->XPelsPerMeter(), src->YPelsPerMeter(), 8));
+  if (!result) return nullptr;
+  DibDropoutGreyPlane(MakeView(result.get()), MakeView(src, area), src->BitsPerPixel() / 8,
+                      DropoutGreyRule{strength, tolerance});
+  return result.release();
+}
+
+// (end of dropout grey)

@@ -1238,6 +1238,26 @@ QUILP_API DibInfo* DibCalcFlowMap(DibInfo* src, tagRect32* rect);
 QUILP_API DibInfo* DibWaterSegment(DibInfo* map, int seedLevel, int* count, tagRect32* rect);
 
 /* (end of segmentation) */
+/* ---- Dropout grey ---------------------------------------------------------------- */
+
+/* An 8-bit grey of the rectangle (clamping rule) of a 24- or 32-bit colour image in which
+   coloured ink (stamps, coloured pen, highlighter) turns light while black and grey ink keep
+   their darkness: the grey to binarize or OCR a colour scan by. Per pixel, with b0, b1, b2 its
+   first three bytes (a fourth is ignored), chroma = max(b) - min(b):
+     grey = min(255, (b0 + b1 + b2 + 1) / 3 + (max(0, chroma - tolerance) * strength + 8) / 16)
+   with integer divisions. A pixel of chroma at most `tolerance` keeps exactly the equal-thirds
+   grey (so does every pixel when strength is 0); beyond it, each chroma level lifts the grey
+   by strength / 16 levels. Black text crossing a stamp is black in every channel and stays
+   black. strength 0..256, tolerance 0..255; DibDropoutStrength and DibDropoutTolerance suit
+   scans (noise and tinted paper stay within the tolerance; pure red, green and blue stamp
+   inks become paper white). Returns a new record of the rectangle's size in the source's row
+   order with its resolutions, or null for a null source, a depth other than 24 and 32, a
+   rectangle with nothing inside the image, a parameter out of range, or no memory. */
+enum { DibDropoutStrength = 40, DibDropoutTolerance = 32 };
+QUILP_API DibInfo* DibDropoutGrey(DibInfo const* src, int strength, int tolerance,
+                                  tagRect32 const* rect);
+
+/* (end of dropout grey) */
 
 
 #endif /* QUILP32_H */

@@ -88,6 +88,7 @@ TEST(Cli, BadInputGivesOneLineAndAFailingExit) {
       {"grey page.bmp out.bmp --rect 0,0,300,200", "must lie inside"},  // one past the edge
       {"grey page.bmp out.bmp --colour red", "bad colour"},
       {"grey page.bmp out.bmp --bogus", "unknown option"},
+      {"grey page.bmp out.bmp --mode dropout --weight 257", "--weight outside 0..256"},
       {"grey page.bmp", "missing output"},
       {"frobnicate", "unknown command"},
       {"info folder.bmp", "folder.bmp' is a folder"},

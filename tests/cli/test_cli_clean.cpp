@@ -225,3 +225,31 @@ TEST(CliClean, BadArgumentsGiveOneLine) {
   };
   for (Case const& c : cases) ExpectRefusal(c.args, c.says);
 }
+
+// The page maker's red ring stamp: dropped by default (the 1-bit page then carries no more ink
+// than the same page without it; the text the opaque ring covers is lost), read as ink with
+// --no-dropout.
+TEST(CliClean, StampIsDroppedUnlessAskedToKeepIt) {
+  quilp_pages::PageSpec layout;
+  layout.width = 700, layout.height = 500, layout.dpi = 150, layout.photo = false, layout.seed = 6;
+  for (bool stamp : {false, true}) {
+    layout.stamp = stamp;
+    WriteBmpFile(stamp ? "cs-stamp.bmp" : "cs-plain.bmp", DibPtr(quilp_pages::MakePage(layout)).get());
+  }
+  auto ink = [&](char const* in, char const* flags) {
+    Outcome r = Quilp(std::string("clean ") + in + " -o cs-out.bmp --overwrite --no-deskew --no-orient " + flags);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.find("colour dropped") != std::string::npos, !*flags) << r.out;
+    DibPtr out(ReadBmpFile("cs-out.bmp"));
+    long n = 0;
+    for (int y = 0; out && y < out->Height(); ++y)
+      for (int x = 0; x < out->Width(); ++x) n += !((out->GetLine(y)[x / 8] >> (7 - x % 8)) & 1);
+    return n;
+  };
+  long const text = ink("cs-plain.bmp", "");
+  ASSERT_GT(text, 5000);
+  long const dropped = ink("cs-stamp.bmp", "");
+  EXPECT_LE(dropped, text);
+  EXPECT_GT(dropped, text - text / 10);
+  EXPECT_GT(ink("cs-stamp.bmp", "--no-dropout"), text + text / 10);
+}

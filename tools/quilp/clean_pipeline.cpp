@@ -12,10 +12,11 @@
 //      decision (DibCompressBits);
 //   6. despeckle: specks removed from the 1-bit result (DibCleanPimples).
 // Steps 1-3 look at one copy reduced to about 150 dpi (clean_work.h), made once and turned
-// with the page. The work is done on an equal-weights grey of colour pages; the colour page
-// is turned and cleaned alongside only while it may become the result. Every intermediate is
-// owned by a Dib, so a failure anywhere releases everything. Cost on an A4 page at 300 dpi:
-// bench/bench_clean.cpp measures the whole and each step.
+// with the page. The work is done on a grey of colour pages in which coloured ink is dropped
+// (made light) or, with dropout off, the equal-weights grey; the colour page is turned and
+// cleaned alongside only while it may become the result, and keeps its colours. Every
+// intermediate is owned by a Dib, so a failure anywhere releases everything. Cost on an A4
+// page at 300 dpi: bench/bench_clean.cpp measures the whole and each step.
 #include "quilp/clean_pipeline.h"
 
 #include <algorithm>
@@ -70,6 +71,17 @@ Dib AtDepth(DibInfo const* page, int depth, char const* step) {
   return Made(code, out, step);
 }
 
+// The grey the steps work on. With dropout, a colour page's coloured ink (stamps, coloured
+// pen, highlighter) turns light while black and grey text keep the equal-thirds grey
+// (DibDropoutGrey), so the ink of a stamp over text is not read as text; otherwise the
+// equal-thirds grey of every pixel.
+Dib WorkGrey(DibInfo const* page, bool dropout, PageReport& report) {
+  int const bits = page->BitsPerPixel();
+  if (!dropout || (bits != 24 && bits != 32)) return AtDepth(page, 8, "grey conversion");
+  report.colourDropped = true;
+  return Created(DibDropoutGrey(page, DibDropoutStrength, DibDropoutTolerance, nullptr), "colour dropout");
+}
+
 }  // namespace
 
 Dib CleanPage(DibInfo const* source, CleanSettings const& settings, PageReport& report) {
@@ -81,7 +93,7 @@ Dib CleanPage(DibInfo const* source, CleanSettings const& settings, PageReport& 
   OutputDepth depth = bits == 1 ? OutputDepth::Binary : settings.depth;  // bilevel stays bilevel
   if (!colour && depth == OutputDepth::Colour) depth = OutputDepth::Grey;
   // The grey work image; the colour page is carried along only while it may be the output.
-  Dib grey = AtDepth(source, 8, "grey conversion");
+  Dib grey = WorkGrey(source, settings.dropout, report);
   Dib page = colour && (depth == OutputDepth::Colour || depth == OutputDepth::Auto)
                  ? AtDepth(source, 24, "copy") : nullptr;
   auto both = [&](auto transform, char const* step) {

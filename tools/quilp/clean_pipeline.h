@@ -12,6 +12,7 @@ enum class OutputDepth { Binary, Grey, Colour, Auto };
 
 struct CleanSettings {
   bool orient = true, deskew = true, margins = true, flatten = true, despeckle = true;
+  bool dropout = true;  // coloured ink made light in the grey the steps work on
   OutputDepth depth = OutputDepth::Binary;
 };
 
@@ -22,6 +23,7 @@ struct PageReport {
   double skewDegrees = 0.0;      // measured skew (positive: lines descend to the right)
   bool skewMeasured = false, deskewed = false;
   int borderPixels = 0, holes = 0;
+  bool colourDropped = false;    // coloured ink made light in the work grey
   bool flattened = false, despeckled = false;
   int outputBits = 0;
   double milliseconds = 0.0;     // wall time of the steps (no file input or output)

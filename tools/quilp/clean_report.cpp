@@ -57,6 +57,7 @@ std::string DescribeOutcome(PageOutcome const& o) {
   }
   if (r.borderPixels) line << "border removed, ";
   if (r.holes) line << r.holes << (r.holes == 1 ? " hole" : " holes") << " removed, ";
+  if (r.colourDropped) line << "colour dropped, ";
   if (r.flattened) line << "flattened, ";
   if (r.despeckled) line << "despeckled, ";
   std::snprintf(text, sizeof text, "%d bit%s, %.0f ms", r.outputBits, r.outputBits == 1 ? "" : "s", r.milliseconds);
@@ -126,7 +127,8 @@ std::string CleanLog::Json(bool interrupted) const {
       j << ", \"quarterTurns\": " << r.quarterTurns << ", \"orientationChecked\": " << (r.orientChecked ? "true" : "false")
         << ", \"skewDegrees\": " << (r.skewMeasured ? skew : "null")
         << ", \"deskewed\": " << (r.deskewed ? "true" : "false") << ", \"borderPixels\": " << r.borderPixels
-        << ", \"holes\": " << r.holes << ", \"flattened\": " << (r.flattened ? "true" : "false")
+        << ", \"holes\": " << r.holes << ", \"colourDropped\": " << (r.colourDropped ? "true" : "false")
+        << ", \"flattened\": " << (r.flattened ? "true" : "false")
         << ", \"despeckled\": " << (r.despeckled ? "true" : "false") << ", \"bits\": " << r.outputBits
         << ", \"milliseconds\": " << int(r.milliseconds + 0.5)
         << ", \"cpuMilliseconds\": " << int(r.cpuMilliseconds + 0.5);

@@ -150,7 +150,10 @@ std::string HelpText() {
       "(created); names keep the input's stem, pages of a multi-page input get -p001, ...\n"
       "Steps: upright, deskew, border and punch-hole removal, paper flattening, binarization (or\n"
       "--grey, --keep-colour, --auto-depth), despeckling. Switch steps off with --no-orient,\n"
-      "--no-deskew, --no-margins, --no-flatten, --no-despeckle.\n"
+      "--no-deskew, --no-margins, --no-flatten, --no-despeckle. Colour pages are worked on in a grey\n"
+      "where coloured ink (stamps, coloured pen, highlighter) turns light and black text stays\n"
+      "dark; --no-dropout keeps coloured ink as dark as its plain grey (--keep-colour output keeps\n"
+      "its colours either way).\n"
       "Options: --jobs N (default: the cores), --format bmp|png|tiff|jpeg|pnm, --multipage (one TIFF\n"
       "per input), --tiff-lzw, --jpeg-quality Q, --overwrite (else existing outputs are skipped),\n"
       "--report FILE.json, --quiet (no progress bar).\n"
@@ -182,6 +185,7 @@ int RunClean(Args const& args) {
   s.margins = !args.Has("no-margins");
   s.flatten = !args.Has("no-flatten");
   s.despeckle = !args.Has("no-despeckle");
+  s.dropout = !args.Has("no-dropout");
   int const depthFlags = args.Has("grey") + args.Has("keep-colour") + args.Has("auto-depth");
   if (depthFlags > 1) throw CliError("choose one of --grey, --keep-colour and --auto-depth");
   s.depth = args.Has("grey") ? OutputDepth::Grey : args.Has("keep-colour") ? OutputDepth::Colour
@@ -243,7 +247,7 @@ Registrar const clean{Command{
     "clean", "clean IN... -o OUT [--grey|--keep-colour|--auto-depth] [--jobs N] ...",
     "cleans scanned pages: upright, straight, no borders, flat paper, 1-bit (clean --help)",
     {"output", "jobs", "format", "report", "jpeg-quality"},
-    {"help", "no-orient", "no-deskew", "no-margins", "no-flatten", "no-despeckle", "grey", "keep-colour",
+    {"help", "no-orient", "no-deskew", "no-margins", "no-flatten", "no-despeckle", "no-dropout", "grey", "keep-colour",
      "auto-depth", "overwrite", "quiet", "multipage", "tiff-lzw"},
     RunClean}};
 

@@ -1,4 +1,5 @@
-// cmd_grey.cpp - "quilp grey": colour to grey by projection, and its demo step.
+// cmd_grey.cpp - "quilp grey": colour to grey by projection or with coloured ink dropped, and
+// its demo step.
 #include <cstdio>
 
 #include "quilp/cli.h"
@@ -21,9 +22,13 @@ int RunGrey(Args const& args) {
   if (mode == "plain") grey = DibRGB2Grey(src.get(), ref, r);
   else if (mode == "centred") grey = DibRGB2GreyN(src.get(), ref, r);
   else if (mode == "x") grey = DibRGB2GreyX(src.get(), ref, args.GetInt("weight", 0), r);
-  else throw CliError("--mode is plain, centred or x");
+  else if (mode == "dropout")
+    grey = DibDropoutGrey(src.get(), args.GetInt("weight", DibDropoutStrength),
+                          args.GetInt("tolerance", DibDropoutTolerance), r);
+  else throw CliError("--mode is plain, centred, x or dropout");
   if (!grey)
-    throw CliError("the conversion failed (rectangle outside the image, or no colour direction)");
+    throw CliError("the conversion failed (rectangle outside the image, no colour direction, or "
+                   "--weight outside 0..256 or --tolerance outside 0..255 for dropout)");
   Dib result(grey);
   WriteBmp(out, result.get());
   std::printf("wrote %s (%s)\n", out.c_str(), Describe(result.get()).c_str());
@@ -42,9 +47,10 @@ void DemoGrey(DemoContext& demo) {
 }
 
 Registrar const grey{Command{
-    "grey", "grey IN.bmp OUT.bmp [--colour RRGGBB] [--mode plain|centred|x] [--weight K] [--rect l,t,r,b]",
-    "colour to grey by projection on a colour (or the main colour axis)",
-    {"colour", "mode", "weight", "rect"}, {}, RunGrey}};
+    "grey", "grey IN.bmp OUT.bmp [--colour RRGGBB] [--mode plain|centred|x|dropout] [--weight K] "
+    "[--tolerance T] [--rect l,t,r,b]",
+    "colour to grey by projection on a colour (or the main axis), or with coloured ink dropped",
+    {"colour", "mode", "weight", "tolerance", "rect"}, {}, RunGrey}};
 Registrar const greyDemo{DemoStep{10, "grey", DemoGrey}};
 
 }  // namespace
