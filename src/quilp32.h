@@ -1166,7 +1166,7 @@ QUILP_API int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* bu
  *   - text: the rest, smeared along rows across gaps up to 0.12 inch into lines; a line joins
  *     the line below when each is the other's only near neighbour, so a title over two
  *     columns never joins either column and no block crosses a gutter;
- *   - tables without rulings: narrow text blocks (under 1.8 inch) side by side whose lines
+ *   - tables without rulings: narrow text blocks (under 1.2 inch) side by side whose lines
  *     sit at the same heights, with the rules of one width stacked above and below them;
  *   - noise: text blocks under 0.05 inch each way.
  * Block boxes are the bounding boxes of their ink. Reading order is a recursive XY-cut:

@@ -8,7 +8,7 @@ namespace quilp {
 namespace {
 
 constexpr double kWalkInches = 0.75;
-constexpr double kSideInches = 0.25;
+constexpr double kSideInches = 0.5;
 constexpr double kBorderedShare = 0.3;  // of one walk's rows
 
 // Any ink in columns a..b of row y (clipped to the image).

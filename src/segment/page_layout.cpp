@@ -18,6 +18,7 @@ namespace quilp {
 namespace {
 
 constexpr double kNoiseInches = 0.05;   // text blocks smaller than this each way are specks
+constexpr double kMarginLineInches = 0.3; // page numbers and running heads: one line
 constexpr double kAbsorbShare = 0.5;    // of a component's box inside a picture or table
 
 int Confidence(Region const& r) {
@@ -126,7 +127,7 @@ bool AnalysePage(DibInfo const* dib, Area const& area, bool full, PageAnalysis& 
     }
     std::vector<Box> walls;
     for (Region const& r : regions)
-      if (r.kind == kZoneVRule) walls.push_back(r.box);
+      if (r.kind == kZoneVRule || r.kind == kZoneHRule) walls.push_back(r.box);
     TextLayout text;
     if (!FindTextBlocks(map, isText, page.small.Width(), page.small.Height(), walls, scale, text))
       return false;
@@ -148,18 +149,18 @@ bool AnalysePage(DibInfo const* dib, Area const& area, bool full, PageAnalysis& 
       r.confidence = Confidence(r);
       page.regions.push_back(r);
     }
-    SortReadingOrder(page.regions);
+    SortReadingOrder(page.regions, scale);
     return true;
   } catch (std::bad_alloc const&) {
     return false;
   }
 }
 
-void SortReadingOrder(std::vector<Region>& regions) {
+void SortReadingOrder(std::vector<Region>& regions, LayoutScale const& scale) {
   std::vector<Box> boxes;
   boxes.reserve(regions.size());
   for (Region const& r : regions) boxes.push_back(r.box);
-  std::vector<int> const order = ReadingOrder(boxes);
+  std::vector<int> const order = ReadingOrder(boxes, scale.Full(kMarginLineInches));
   std::vector<Region> sorted;
   sorted.reserve(regions.size());
   for (int i : order) sorted.push_back(regions[std::size_t(i)]);

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kRuleReach = 0.8;        // a rule crosses this share of the grid
 constexpr double kSkewDrift = 0.035;      // tan(2 degrees)
-constexpr double kMaxCellColumn = 1.8;    // inches: wider blocks are running text
+constexpr double kMaxCellColumn = 1.2;    // inches: wider blocks are running text
 constexpr double kMaxColumnGap = 1.2;     // inches between neighbouring table columns
 constexpr double kRowTolerance = 0.04;    // inches between the centres of one row's cells
 constexpr double kRuleAlign = 0.1;        // inches: rules of one table start and end together

@@ -20,6 +20,7 @@ constexpr double kBandOverlap = 0.5;      // rows shared by two pieces of one li
 constexpr double kNeighbourSlack = 0.03;  // inches: a second line this close is a rival
 constexpr double kMaxGapShare = 0.9;      // of the smaller line height
 constexpr double kMaxHeightRatio = 1.5;
+constexpr double kTightGapShare = 0.4;    // of the smaller height: a line under a paragraph piece
 constexpr double kEdgeTolerance = 0.05;   // inches: edges of one column's blocks
 constexpr double kMaxBlockGap = 0.3;      // inches between blocks of one column
 
@@ -68,16 +69,24 @@ void Neighbours(std::vector<Box> const& lines, LayoutScale const& scale, std::ve
   }
 }
 
+// Whether a rule crosses the box.
+bool Walled(std::vector<Box> const& walls, Box const& box) {
+  for (Box const& wall : walls)
+    if (Intersects(wall, box)) return true;
+  return false;
+}
+
 bool Joinable(Box const& a, Box const& b) {
   int const ha = a.Height(), hb = b.Height();
   int const gap = b.t - a.b - 1;
   if (gap > kMaxGapShare * std::min(ha, hb)) return false;
-  return std::max(ha, hb) <= kMaxHeightRatio * std::min(ha, hb) || gap <= 0;
+  return std::max(ha, hb) <= kMaxHeightRatio * std::min(ha, hb) ||
+         gap <= kTightGapShare * std::min(ha, hb);
 }
 
 // Joins blocks of one column: same edges, one just under the other, nothing between.
 void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& lines,
-                      LayoutScale const& scale) {
+                      std::vector<Box> const& walls, LayoutScale const& scale) {
   int const edge = scale.In(kEdgeTolerance), maxGap = scale.In(kMaxBlockGap);
   bool changed = true;
   while (changed) {
@@ -90,7 +99,7 @@ void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& l
         if (std::abs(a.l - b.l) > edge || std::abs(a.r - b.r) > edge) continue;
         Box joined = a;
         joined.Add(b);
-        bool clear = true;
+        bool clear = !Walled(walls, joined);
         for (std::size_t k = 0; k < blocks.size() && clear; ++k)
           if (k != i && k != j && Intersects(blocks[k], joined)) clear = false;
         if (!clear) continue;
@@ -193,7 +202,11 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
   std::iota(parent.begin(), parent.end(), 0);
   for (int i = 0; i < n; ++i) {
     int const j = down[std::size_t(i)];
-    if (j >= 0 && up[std::size_t(j)] == i && Joinable(lines[std::size_t(i)], lines[std::size_t(j)]))
+    if (j < 0 || up[std::size_t(j)] != i) continue;
+    Box const& a = lines[std::size_t(i)];
+    Box const& b = lines[std::size_t(j)];
+    Box const between{std::max(a.l, b.l), a.b, std::min(a.r, b.r), b.t};
+    if (Joinable(a, b) && !Walled(walls, between))
       parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<int> blockOf(std::size_t(n), -1);
@@ -208,7 +221,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
     out.blocks[std::size_t(b)].Add(lines[std::size_t(i)]);
     out.lines[std::size_t(b)].push_back(lines[std::size_t(i)]);
   }
-  JoinColumnPieces(out.blocks, out.lines, scale);
+  JoinColumnPieces(out.blocks, out.lines, walls, scale);
   return true;
 }
 

@@ -10,7 +10,8 @@
 // 2. Blocks: a line joins the line below it when each is the other's only near neighbour
 //    (the nearest line below overlapping it in x, and no second one within 0.03 inch of that
 //    distance), the gap is under 0.9 of the smaller height, and the heights differ by less
-//    than half. A title over two columns has two lines below it and stays apart, so no block
+//    than half (or the gap is under 0.4 of the smaller: the last line under a paragraph whose
+//    other lines touch). A title over two columns has two lines below it and stays apart, so no block
 //    crosses a gutter. Blocks left with the same left and right edges one under the other are
 //    then joined (a paragraph cut where two of its lines touched).
 // Cost: one pass over the runs, a component labelling of the smeared page, and a sort of the
@@ -30,7 +31,7 @@ struct TextLayout {
 };
 
 // Lines and blocks of the components of `map` whose `isText` entry is set, on a reduced page
-// of width x height whose vertical rules are `walls`. False when memory runs out.
+// of width x height whose rules are `walls` (no line or block is joined across one). False when memory runs out.
 bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, int width,
                     int height, std::vector<Box> const& walls, LayoutScale const& scale,
                     TextLayout& out);
