@@ -17,7 +17,9 @@ if [ "${1:-}" = fuzz ]; then  # the fuzz targets: clang with libFuzzer and the s
   want+=(clang libclang-rt-14-dev)
 fi
 if [ "${1:-}" = bench ]; then
-  want+=(libopencv-dev libopencv-contrib-dev libleptonica-dev python3-skimage unpaper)
+  want+=(libopencv-dev libopencv-contrib-dev libleptonica-dev python3-skimage unpaper
+         # layout analysis compared in scripts/segment_check.py
+         libtesseract-dev)
 fi
 need=()
 for pkg in "${want[@]}"; do
