@@ -69,6 +69,18 @@ void Neighbours(std::vector<Box> const& lines, LayoutScale const& scale, std::ve
   }
 }
 
+// Cuts a run to its part left of the first covered box it meets (or right of it, when it
+// starts inside); false when nothing is left.
+bool ClipToUncovered(std::vector<Box> const& covered, int y, InkRun& run) {
+  for (Box const& c : covered) {
+    if (y < c.t || y > c.b || run.x1 < c.l || run.x0 > c.r) continue;
+    if (run.x0 < c.l) run.x1 = c.l - 1;
+    else if (run.x1 > c.r) run.x0 = c.r + 1;
+    else return false;
+  }
+  return true;
+}
+
 // Whether a rule crosses the box.
 bool Walled(std::vector<Box> const& walls, Box const& box) {
   for (Box const& wall : walls)
@@ -162,8 +174,8 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink, std::ve
 }  // namespace
 
 bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, int width,
-                    int height, std::vector<Box> const& walls, LayoutScale const& scale,
-                    TextLayout& out) {
+                    int height, std::vector<Box> const& walls,
+                    std::vector<Box> const& covered, LayoutScale const& scale, TextLayout& out) {
   out.blocks.clear();
   out.lines.clear();
   InkBits smear, text;
@@ -172,8 +184,8 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
   for (int y = 0; y < height; ++y) {
     int x0 = -1, x1 = -1;
     for (int i = map.rowStart[std::size_t(y)]; i < map.rowStart[std::size_t(y) + 1]; ++i) {
-      InkRun const& run = map.runs[std::size_t(i)];
-      if (!isText[std::size_t(run.label)]) continue;
+      InkRun run = map.runs[std::size_t(i)];
+      if (!isText[std::size_t(run.label)] || !ClipToUncovered(covered, y, run)) continue;
       SetSpan(text, y, run.x0, run.x1);
       if (x0 >= 0 && run.x0 - x1 - 1 <= reach) {
         x1 = std::max(x1, run.x1);

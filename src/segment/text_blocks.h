@@ -31,9 +31,11 @@ struct TextLayout {
 };
 
 // Lines and blocks of the components of `map` whose `isText` entry is set, on a reduced page
-// of width x height whose rules are `walls` (no line or block is joined across one). False when memory runs out.
+// of width x height whose rules are `walls` (no line or block is joined across one); text
+// runs inside the `covered` boxes (pictures, tables) are left out. False when memory runs out.
 bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, int width,
-                    int height, std::vector<Box> const& walls, LayoutScale const& scale,
+                    int height, std::vector<Box> const& walls,
+                    std::vector<Box> const& covered, LayoutScale const& scale,
                     TextLayout& out);
 
 }  // namespace quilp
