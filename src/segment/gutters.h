@@ -18,10 +18,11 @@
 
 namespace quilp {
 
-// Whether columns g0..g1, between two pieces of text covering rows top..bottom, are a gutter
-// of the reduced text ink `ink` (pictures and rules left out).
+// Whether columns g0..g1, between two pieces of text covering rows top..bottom, are a gutter:
+// the walk stops on `text` (the reduced text ink), the sides look at `ink` (all of it, so a
+// table or picture beside a gutter counts).
 // `walls` are the boxes of the page's rules.
-bool IsGutter(InkBits const& ink, std::vector<Box> const& walls, int top, int bottom, int g0,
-              int g1, LayoutScale const& scale);
+bool IsGutter(InkBits const& text, InkBits const& ink, std::vector<Box> const& walls, int top,
+              int bottom, int g0, int g1, LayoutScale const& scale);
 
 }  // namespace quilp

@@ -140,8 +140,7 @@ bool AnalysePage(DibInfo const* dib, Area const& area, bool full, PageAnalysis& 
       if (r.kind == kZonePicture || r.kind == kZoneTable) covered.push_back(r.box);
     }
     TextLayout text;
-    if (!FindTextBlocks(map, isText, page.small.Width(), page.small.Height(), walls, covered, scale,
-                        text))
+    if (!FindTextBlocks(map, isText, page.small, walls, covered, scale, text))
       return false;
     std::vector<std::vector<Box>> lines(regions.size());
     for (std::size_t b = 0; b < text.blocks.size(); ++b) {

@@ -127,8 +127,8 @@ void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& l
 
 // Pieces of one row band joined across wider spaces that are no gutters: each piece with its
 // nearest neighbour to the right that shares most of its rows.
-std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink, std::vector<Box> const& walls,
-                            LayoutScale const& scale) {
+std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBits const& ink,
+                            std::vector<Box> const& walls, LayoutScale const& scale) {
   std::sort(pieces.begin(), pieces.end(), [](Box const& a, Box const& b) { return a.t < b.t; });
   int const n = int(pieces.size());
   std::vector<int> right(static_cast<std::size_t>(n), -1), gapTo(static_cast<std::size_t>(n), 1 << 30);
@@ -160,7 +160,7 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink, std::ve
     int const gap = gapTo[std::size_t(i)];
     int const limit = std::max(wide, int(kMaxSpaceShare * std::min(p.Height(), q.Height())));
     if (gap > std::min(widest, limit)) continue;
-    if (IsGutter(ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
+    if (IsGutter(text, ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
     parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<Box> joined(static_cast<std::size_t>(n));
@@ -173,9 +173,10 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink, std::ve
 
 }  // namespace
 
-bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, int width,
-                    int height, std::vector<Box> const& walls,
-                    std::vector<Box> const& covered, LayoutScale const& scale, TextLayout& out) {
+bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, InkBits const& ink,
+                    std::vector<Box> const& walls, std::vector<Box> const& covered,
+                    LayoutScale const& scale, TextLayout& out) {
+  int const width = ink.Width(), height = ink.Height();
   out.blocks.clear();
   out.lines.clear();
   InkBits smear, text;
@@ -203,7 +204,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
   found.reserve(pieces.components.size());
   for (InkComponent const& c : pieces.components)
     found.push_back(Box{c.left, c.top, c.right, c.bottom});
-  std::vector<Box> lines = JoinPieces(std::move(found), text, walls, scale);
+  std::vector<Box> lines = JoinPieces(std::move(found), text, ink, walls, scale);
   std::sort(lines.begin(), lines.end(), [](Box const& a, Box const& b) {
     return a.t != b.t ? a.t < b.t : a.l < b.l;
   });

@@ -30,12 +30,11 @@ struct TextLayout {
   std::vector<std::vector<Box>> lines;   // the lines of each block, top to bottom
 };
 
-// Lines and blocks of the components of `map` whose `isText` entry is set, on a reduced page
-// of width x height whose rules are `walls` (no line or block is joined across one); text
-// runs inside the `covered` boxes (pictures, tables) are left out. False when memory runs out.
-bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, int width,
-                    int height, std::vector<Box> const& walls,
-                    std::vector<Box> const& covered, LayoutScale const& scale,
-                    TextLayout& out);
+// Lines and blocks of the components of `map` whose `isText` entry is set, on the reduced
+// page `ink` whose rules are `walls` (no line or block is joined across one); text runs inside
+// the `covered` boxes (pictures, tables) are left out. False when memory runs out.
+bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, InkBits const& ink,
+                    std::vector<Box> const& walls, std::vector<Box> const& covered,
+                    LayoutScale const& scale, TextLayout& out);
 
 }  // namespace quilp
