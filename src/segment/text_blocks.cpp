@@ -16,6 +16,8 @@ constexpr double kSmearInches = 0.12;
 constexpr double kMaxSpaceInches = 0.6;   // widest space joined inside a line, when no gutter
 constexpr double kWideSpaceInches = 0.3;  // spaces this wide are joined whatever the height
 constexpr double kMaxSpaceShare = 2.5;    // of the smaller piece's height, for larger type
+constexpr double kBridgeHeightRatio = 1.3;  // a spanning line of like height
+constexpr double kBridgeReach = 1.5;        // heights from the pieces
 constexpr double kBandOverlap = 0.5;      // rows shared by two pieces of one line
 constexpr double kNeighbourSlack = 0.03;  // inches: a second line this close is a rival
 constexpr double kMaxGapShare = 0.9;      // of the smaller line height
@@ -125,6 +127,20 @@ void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& l
   }
 }
 
+// Whether a line of like height just above or below spans both pieces: then the space between
+// them lies inside one column (the few words of a justified line spread wide).
+bool Bridged(std::vector<Box> const& pieces, Box const& p, Box const& q) {
+  int const h = std::min(p.Height(), q.Height());
+  int const top = std::min(p.t, q.t), bottom = std::max(p.b, q.b);
+  for (Box const& k : pieces) {
+    if (k.l > p.l || k.r < q.r || k.Height() > kBridgeHeightRatio * h || k.Height() * kBridgeHeightRatio < h)
+      continue;
+    int const distance = k.b < top ? top - k.b : k.t > bottom ? k.t - bottom : -1;
+    if (distance >= 0 && distance <= kBridgeReach * h) return true;
+  }
+  return false;
+}
+
 // Pieces of one row band joined across wider spaces that are no gutters: each piece with its
 // nearest neighbour to the right that shares most of its rows.
 std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBits const& ink,
@@ -159,7 +175,7 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBit
     Box const& q = pieces[std::size_t(j)];
     int const gap = gapTo[std::size_t(i)];
     int const limit = std::max(wide, int(kMaxSpaceShare * std::min(p.Height(), q.Height())));
-    if (gap > std::min(widest, limit)) continue;
+    if (gap > widest || (gap > limit && !Bridged(pieces, p, q))) continue;
     if (IsGutter(text, ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
     parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }

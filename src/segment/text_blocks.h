@@ -4,7 +4,8 @@
 //    0.12 inch (an inter-word space of body text, well under a column gutter); the connected
 //    pieces of the smeared page are text lines (or, where ascenders touch descenders, a few
 //    lines together). Pieces sharing a row band are then joined across wider spaces, up to
-//    0.3 inch or 2.5 times their height, at most 0.6 inch, unless the space is a column gutter (gutters.h): the
+//    0.3 inch or 2.5 times their height, at most 0.6 inch (any space up to 0.6 inch when a
+//    line of like height just above or below spans both pieces), unless the space is a column gutter (gutters.h): the
 //    spaces of justified lines and of large titles. Pieces overlapping on most of their
 //    rows (an i's dot over its line) are one.
 // 2. Blocks: a line joins the line below it when each is the other's only near neighbour
