@@ -1727,7 +1727,7 @@ int DibRePresegment(DibInfo* src, SDibZone* zones, int count, int capacity, tagR
       Box const box{int(l - area.left), int(t - area.top), int(r - area.left), int(b - area.top)};
       blocks.push_back(Reclassify(page, box));
     }
-    SortReadingOrder(blocks);
+    SortReadingOrder(blocks, page.scale);
     if (!LayoutZones(page, blocks, true, found)) return -1;
   } catch (std::bad_alloc const&) {
     return -1;

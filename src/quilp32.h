@@ -1159,14 +1159,16 @@ QUILP_API int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* bu
  * resolution read from biYPelsPerMeter (0 counts as 300 dpi; values outside 150..600 as the
  * nearest of the two):
  *   - rules: components at least 0.4 inch long and about 0.04 inch thick at most;
- *   - pictures (photos, dithered photos, halftones): components at least 0.4 inch each way
- *     whose box is at least 60% ink with no paper rows across; everything mostly inside them
- *     is theirs; ruled tables: components that are grids of at least two rules each way;
- *     line art: other large components with under 15% ink;
+ *   - pictures (photos, dithered photos, halftones): the solid parts of large components
+ *     (what remains of the ink opened by a square of about 0.09 inch, at least 0.4 inch each
+ *     way), or components at least 0.4 inch each way whose box is at least 60% ink with no
+ *     paper rows across; everything mostly inside them is theirs, and text touching them
+ *     (a close caption) stays text; ruled tables: components that are grids of at least two
+ *     rules each way; line art: other large components with under 15% ink;
  *   - text: the rest, smeared along rows across gaps up to 0.12 inch into lines; a line joins
  *     the line below when each is the other's only near neighbour, so a title over two
  *     columns never joins either column and no block crosses a gutter;
- *   - tables without rulings: narrow text blocks (under 1.8 inch) side by side whose lines
+ *   - tables without rulings: narrow text blocks (under 1.2 inch) side by side whose lines
  *     sit at the same heights, with the rules of one width stacked above and below them;
  *   - noise: text blocks under 0.05 inch each way.
  * Block boxes are the bounding boxes of their ink. Reading order is a recursive XY-cut:

@@ -8,7 +8,7 @@ namespace quilp {
 namespace {
 
 constexpr double kWalkInches = 0.75;
-constexpr double kSideInches = 0.25;
+constexpr double kSideInches = 0.5;
 constexpr double kBorderedShare = 0.3;  // of one walk's rows
 
 // Any ink in columns a..b of row y (clipped to the image).
@@ -26,8 +26,8 @@ bool AnyInk(InkBits const& ink, int y, int a, int b) {
 
 }  // namespace
 
-bool IsGutter(InkBits const& ink, std::vector<Box> const& walls, int top, int bottom, int g0,
-              int g1, LayoutScale const& scale) {
+bool IsGutter(InkBits const& text, InkBits const& ink, std::vector<Box> const& walls, int top,
+              int bottom, int g0, int g1, LayoutScale const& scale) {
   Box const gap{g0, top, g1, bottom};
   for (Box const& wall : walls)
     if (Intersects(wall, gap)) return true;
@@ -37,7 +37,7 @@ bool IsGutter(InkBits const& ink, std::vector<Box> const& walls, int top, int bo
   for (int dir = -1; dir <= 1; dir += 2) {
     for (int k = 1; k <= walk; ++k) {
       int const row = dir < 0 ? top - k : bottom + k;
-      if (row < 0 || row >= ink.Height() || AnyInk(ink, row, x - 1, x + 1)) break;
+      if (row < 0 || row >= ink.Height() || AnyInk(text, row, x - 1, x + 1)) break;
       if (AnyInk(ink, row, g0 - side, g0 - 1) && AnyInk(ink, row, g1 + 1, g1 + side)) ++bordered;
     }
   }

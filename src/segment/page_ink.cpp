@@ -17,6 +17,7 @@ namespace quilp {
 namespace {
 
 constexpr double kPelsPerMetrePerDpi = 39.37;
+constexpr int kToneDepth = 24;  // grey levels under the paper that always count as ink
 
 // Receives 1-bit rows (white set) and stores their ink as set bits.
 class InkSink final : public BitRowSink {
@@ -39,6 +40,32 @@ class InkSink final : public BitRowSink {
  private:
   InkBits& ink_;
 };
+
+// The paper level: the most common level of the lighter half.
+int PaperLevel(DibView const& grey) {
+  std::vector<int64_t> histogram(256, 0);
+  for (int y = 0; y < grey.height; ++y) {
+    unsigned char const* row = grey.Row(y);
+    for (int x = 0; x < grey.width; ++x) ++histogram[row[x]];
+  }
+  int paper = 255;
+  for (int v = 255; v >= 128; --v)
+    if (histogram[std::size_t(v)] > histogram[std::size_t(paper)]) paper = v;
+  return paper;
+}
+
+// Pixels clearly darker than the paper are ink too: the adaptive threshold follows the level
+// of a large dark area (a photograph) and leaves its inside white, where layout must see it
+// solid.
+void AddDarkTones(DibView const& grey, InkBits& ink) {
+  int const limit = PaperLevel(grey) - kToneDepth;
+  for (int y = 0; y < grey.height; ++y) {
+    unsigned char const* row = grey.Row(y);
+    uint64_t* bits = ink.Row(y);
+    for (int x = 0; x < grey.width; ++x)
+      if (row[x] < limit) bits[x >> 6] |= uint64_t(1) << (63 - (x & 63));
+  }
+}
 
 }  // namespace
 
@@ -67,7 +94,9 @@ bool LoadPageInk(DibInfo const* dib, Area const& area, InkBits& ink) {
     if (ResolveAdaptiveSetup(setup, area.width, area.height, dib->XPelsPerMeter()) != 0)
       return false;
     InkSink sink(ink);
-    return AdaptiveBinarize(greyView, setup, sink);
+    if (!AdaptiveBinarize(greyView, setup, sink)) return false;
+    AddDarkTones(greyView, ink);
+    return true;
   } catch (std::bad_alloc const&) {
     return false;
   }

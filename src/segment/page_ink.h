@@ -1,9 +1,11 @@
 // page_ink.h - the ink of a page to be segmented, at full and at reduced resolution.
 //
 // A 1-bit area is read as it is (black is ink). A grey area goes through the recommended
-// adaptive binarization (paper surface and contrast); a colour area is first made grey as
-// the mean of blue, green and red, so an all-black colour page is all ink rather than a
-// failure. The working scale for layout is about 75 dpi: the page is OR-reduced by two per
+// adaptive binarization (paper surface and contrast), and every pixel more than 24 levels
+// darker than the paper (the commonest level of the lighter half) is added to its ink, so a
+// photograph stays solid where the adaptive threshold follows its tones; a colour area is
+// first made grey as the mean of blue, green and red, so an all-black colour page is all ink
+// rather than a failure. The working scale for layout is about 75 dpi: the page is OR-reduced by two per
 // step (any ink in a 2 x 2 cell stays ink), twice at 300 dpi, once at 150, three times at
 // 600. Cost: one binarization pass for grey pages, then a few word operations per 64 pixels.
 #pragma once

@@ -18,6 +18,7 @@ namespace quilp {
 namespace {
 
 constexpr double kNoiseInches = 0.05;   // text blocks smaller than this each way are specks
+constexpr double kMarginLineInches = 0.3; // page numbers and running heads: one line
 constexpr double kAbsorbShare = 0.5;    // of a component's box inside a picture or table
 
 int Confidence(Region const& r) {
@@ -99,6 +100,7 @@ bool AnalysePage(DibInfo const* dib, Area const& area, bool full, PageAnalysis& 
     if (!LabelComponents(page.small, true, map)) return false;
     std::size_t const n = map.components.size();
     std::vector<int> kind(n, kZoneText);
+    std::vector<char> straddles(n, 0);
     std::vector<Region> regions;
     ComponentProfile profile;
     for (std::size_t i = 0; i < n; ++i) {
@@ -107,6 +109,14 @@ bool AnalysePage(DibInfo const* dib, Area const& area, bool full, PageAnalysis& 
       if (kind[i] != kZoneUnknown) continue;
       kind[i] = kZoneText;
       if (!IsLargeComponent(c, scale)) continue;
+      // Solid parts are pictures; the rest of the component (a caption or paragraph touching
+      // the picture) stays text, its runs clipped to what lies outside them.
+      std::vector<Box> const solid = SolidParts(page.small, BoxOf(c), scale);
+      for (Box const& part : solid) regions.push_back(Region{part, kZonePicture, 0, 0});
+      if (!solid.empty()) {
+        straddles[i] = 1;
+        continue;
+      }
       ProfileComponent(map, int(i), profile);
       kind[i] = LargeComponentKind(c, profile, scale);
       if (kind[i] != kZoneText) regions.push_back(Region{BoxOf(c), kind[i], 0, 0});
@@ -117,18 +127,20 @@ bool AnalysePage(DibInfo const* dib, Area const& area, bool full, PageAnalysis& 
     for (std::size_t i = 0; i < n; ++i) {
       Box const box = BoxOf(map.components[i]);
       bool absorbed = kind[i] == kZonePicture || kind[i] == kZoneTable || kind[i] == kZoneGraphics;
-      for (std::size_t k = 0; k < regions.size() && !absorbed; ++k)
+      for (std::size_t k = 0; k < regions.size() && !absorbed && !straddles[i]; ++k)
         absorbed = (regions[k].kind == kZonePicture || regions[k].kind == kZoneTable) &&
                    OverlapArea(box, regions[k].box) >= kAbsorbShare * box.Area();
       if (absorbed) continue;
       if (kind[i] == kZoneText) isText[i] = 1;
       else regions.push_back(Region{box, kind[i], 0, 0});
     }
-    std::vector<Box> walls;
-    for (Region const& r : regions)
-      if (r.kind == kZoneVRule) walls.push_back(r.box);
+    std::vector<Box> walls, covered;
+    for (Region const& r : regions) {
+      if (r.kind == kZoneVRule || r.kind == kZoneHRule) walls.push_back(r.box);
+      if (r.kind == kZonePicture || r.kind == kZoneTable) covered.push_back(r.box);
+    }
     TextLayout text;
-    if (!FindTextBlocks(map, isText, page.small.Width(), page.small.Height(), walls, scale, text))
+    if (!FindTextBlocks(map, isText, page.small, walls, covered, scale, text))
       return false;
     std::vector<std::vector<Box>> lines(regions.size());
     for (std::size_t b = 0; b < text.blocks.size(); ++b) {
@@ -148,18 +160,18 @@ bool AnalysePage(DibInfo const* dib, Area const& area, bool full, PageAnalysis& 
       r.confidence = Confidence(r);
       page.regions.push_back(r);
     }
-    SortReadingOrder(page.regions);
+    SortReadingOrder(page.regions, scale);
     return true;
   } catch (std::bad_alloc const&) {
     return false;
   }
 }
 
-void SortReadingOrder(std::vector<Region>& regions) {
+void SortReadingOrder(std::vector<Region>& regions, LayoutScale const& scale) {
   std::vector<Box> boxes;
   boxes.reserve(regions.size());
   for (Region const& r : regions) boxes.push_back(r.box);
-  std::vector<int> const order = ReadingOrder(boxes);
+  std::vector<int> const order = ReadingOrder(boxes, scale.Full(kMarginLineInches));
   std::vector<Region> sorted;
   sorted.reserve(regions.size());
   for (int i : order) sorted.push_back(regions[std::size_t(i)]);

@@ -50,6 +50,6 @@ bool LayoutZones(PageAnalysis const& page, std::vector<Region> const& blocks, bo
 Region Reclassify(PageAnalysis const& page, Box const& box);
 
 // `regions` sorted into reading order.
-void SortReadingOrder(std::vector<Region>& regions);
+void SortReadingOrder(std::vector<Region>& regions, LayoutScale const& scale);
 
 }  // namespace quilp

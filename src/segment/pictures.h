@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "morph/components.h"
+#include "morph/ink_bits.h"
 #include "segment/layout_types.h"
 
 namespace quilp {
@@ -29,5 +30,17 @@ bool IsLargeComponent(InkComponent const& c, LayoutScale const& scale);
 // touching text lines.
 int LargeComponentKind(InkComponent const& c, ComponentProfile const& profile,
                        LayoutScale const& scale);
+
+}  // namespace quilp
+
+namespace quilp {
+
+// The solid parts of the reduced ink inside `box`: the opening of the ink by a square of
+// about 0.09 inch (what remains where such a square fits wholly in ink, grown back), cut
+// into 8-connected pieces, those at least 0.4 inch each way and at least half filled. Text
+// never holds such a square at the layout scale, a photograph or halftone is one, so a
+// picture is found whole even when its caption or a paragraph touches it. Cost: a few
+// passes over the box.
+std::vector<Box> SolidParts(InkBits const& ink, Box const& box, LayoutScale const& scale);
 
 }  // namespace quilp

@@ -79,12 +79,26 @@ void Order(std::vector<Box> const& boxes, Group const& items, std::vector<int>& 
 
 }  // namespace
 
-std::vector<int> ReadingOrder(std::vector<Box> const& boxes) {
+std::vector<int> ReadingOrder(std::vector<Box> const& boxes, int marginHeight) {
   Group all(boxes.size());
   for (std::size_t i = 0; i < all.size(); ++i) all[i] = int(i);
   std::vector<int> out;
   out.reserve(boxes.size());
-  Order(boxes, all, out);
+  // Running heads and page numbers: low bands above and below everything else.
+  std::vector<Group> bands = Bands(boxes, all);
+  auto low = [&](Group const& band) {
+    for (int i : band)
+      if (boxes[std::size_t(i)].Height() > marginHeight) return false;
+    return true;
+  };
+  std::size_t first = 0, last = bands.size();
+  while (last - first > 1 && low(bands[first])) ++first;
+  while (last - first > 1 && low(bands[last - 1])) --last;
+  Group body;
+  for (std::size_t b = first; b < last; ++b) body.insert(body.end(), bands[b].begin(), bands[b].end());
+  for (std::size_t b = 0; b < first; ++b) Order(boxes, bands[b], out);
+  Order(boxes, body, out);
+  for (std::size_t b = last; b < bands.size(); ++b) Order(boxes, bands[b], out);
   return out;
 }
 

@@ -6,7 +6,8 @@
 // together (two columns whose paragraphs happen to end at one height stay two columns), while
 // a band that bridges the channel (a title or a figure over both columns) breaks the columns
 // and is read where it stands. Boxes that neither cut separates are read top to bottom, then
-// left to right. Cost: a sort per level, levels at most the number of boxes.
+// left to right. Page numbers and running heads in bands of their own above or below the
+// rest are read first and last. Cost: a sort per level, levels at most the number of boxes.
 #pragma once
 
 #include <vector>
@@ -15,7 +16,8 @@
 
 namespace quilp {
 
-// The indices of `boxes` in reading order.
-std::vector<int> ReadingOrder(std::vector<Box> const& boxes);
+// The indices of `boxes` in reading order. Bands at the top and bottom of the page whose boxes
+// are all at most `marginHeight` tall (page numbers, running heads) are read first and last.
+std::vector<int> ReadingOrder(std::vector<Box> const& boxes, int marginHeight);
 
 }  // namespace quilp

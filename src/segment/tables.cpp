@@ -10,7 +10,7 @@ namespace {
 
 constexpr double kRuleReach = 0.8;        // a rule crosses this share of the grid
 constexpr double kSkewDrift = 0.035;      // tan(2 degrees)
-constexpr double kMaxCellColumn = 1.8;    // inches: wider blocks are running text
+constexpr double kMaxCellColumn = 1.2;    // inches: wider blocks are running text
 constexpr double kMaxColumnGap = 1.2;     // inches between neighbouring table columns
 constexpr double kRowTolerance = 0.04;    // inches between the centres of one row's cells
 constexpr double kRuleAlign = 0.1;        // inches: rules of one table start and end together
@@ -40,6 +40,12 @@ double MatchedRows(std::vector<Box> const& a, std::vector<Box> const& b, int tol
     }
   }
   return double(matched) / double(a.size());
+}
+
+bool Ruled(std::vector<Region> const& regions, Box const& box) {
+  for (Region const& r : regions)
+    if (r.kind == kZoneVRule && Intersects(r.box, box)) return true;
+  return false;
 }
 
 bool SideBySide(Box const& a, Box const& b) {
@@ -127,6 +133,9 @@ void FindTextTables(std::vector<Region>& regions, std::vector<std::vector<Box>> 
       Box const& b = regions[std::size_t(j)].box;
       int const gap = std::max(a.l, b.l) - std::min(a.r, b.r) - 1;
       if (gap < 0 || gap > gapLimit) continue;
+      Box const between{std::min(a.r, b.r) + 1, std::max(a.t, b.t), std::max(a.l, b.l) - 1,
+                        std::min(a.b, b.b)};
+      if (Ruled(regions, between)) continue;  // a rule parts two columns of text
       if (OverlapY(a, b) < 0.6 * std::min(a.Height(), b.Height())) continue;
       auto const& la = lines[std::size_t(i)];
       auto const& lb = lines[std::size_t(j)];

@@ -3,8 +3,8 @@
 // A ruled grid is a component whose row profile, summed over a few rows (the drift of a
 // slightly skewed rule), reaches most of its width at two or more places, and whose column
 // profile does the same down its height. An unruled table shows as narrow text blocks standing
-// side by side whose lines sit at the same heights: two or more of them, each under 1.8 inch
-// wide, within 1.2 inch of each other, with most lines matched across. Horizontal rules of one
+// side by side whose lines sit at the same heights: two or more of them, each under 1.2 inch
+// wide, within 1.2 inch of each other with no vertical rule between, with most lines matched across. Horizontal rules of one
 // width stacked above and below such columns (a table ruled at head and foot) join the table.
 // Cost: linear in the profile, quadratic in the (few dozen) blocks of a page.
 #pragma once

@@ -16,10 +16,13 @@ constexpr double kSmearInches = 0.12;
 constexpr double kMaxSpaceInches = 0.6;   // widest space joined inside a line, when no gutter
 constexpr double kWideSpaceInches = 0.3;  // spaces this wide are joined whatever the height
 constexpr double kMaxSpaceShare = 2.5;    // of the smaller piece's height, for larger type
+constexpr double kBridgeHeightRatio = 1.3;  // a spanning line of like height
+constexpr double kBridgeReach = 1.5;        // heights from the pieces
 constexpr double kBandOverlap = 0.5;      // rows shared by two pieces of one line
 constexpr double kNeighbourSlack = 0.03;  // inches: a second line this close is a rival
 constexpr double kMaxGapShare = 0.9;      // of the smaller line height
 constexpr double kMaxHeightRatio = 1.5;
+constexpr double kTightGapShare = 0.4;    // of the smaller height: a line under a paragraph piece
 constexpr double kEdgeTolerance = 0.05;   // inches: edges of one column's blocks
 constexpr double kMaxBlockGap = 0.3;      // inches between blocks of one column
 
@@ -68,16 +71,36 @@ void Neighbours(std::vector<Box> const& lines, LayoutScale const& scale, std::ve
   }
 }
 
+// Cuts a run to its part left of the first covered box it meets (or right of it, when it
+// starts inside); false when nothing is left.
+bool ClipToUncovered(std::vector<Box> const& covered, int y, InkRun& run) {
+  for (Box const& c : covered) {
+    if (y < c.t || y > c.b || run.x1 < c.l || run.x0 > c.r) continue;
+    if (run.x0 < c.l) run.x1 = c.l - 1;
+    else if (run.x1 > c.r) run.x0 = c.r + 1;
+    else return false;
+  }
+  return true;
+}
+
+// Whether a rule crosses the box.
+bool Walled(std::vector<Box> const& walls, Box const& box) {
+  for (Box const& wall : walls)
+    if (Intersects(wall, box)) return true;
+  return false;
+}
+
 bool Joinable(Box const& a, Box const& b) {
   int const ha = a.Height(), hb = b.Height();
   int const gap = b.t - a.b - 1;
   if (gap > kMaxGapShare * std::min(ha, hb)) return false;
-  return std::max(ha, hb) <= kMaxHeightRatio * std::min(ha, hb) || gap <= 0;
+  return std::max(ha, hb) <= kMaxHeightRatio * std::min(ha, hb) ||
+         gap <= kTightGapShare * std::min(ha, hb);
 }
 
 // Joins blocks of one column: same edges, one just under the other, nothing between.
 void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& lines,
-                      LayoutScale const& scale) {
+                      std::vector<Box> const& walls, LayoutScale const& scale) {
   int const edge = scale.In(kEdgeTolerance), maxGap = scale.In(kMaxBlockGap);
   bool changed = true;
   while (changed) {
@@ -90,7 +113,7 @@ void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& l
         if (std::abs(a.l - b.l) > edge || std::abs(a.r - b.r) > edge) continue;
         Box joined = a;
         joined.Add(b);
-        bool clear = true;
+        bool clear = !Walled(walls, joined);
         for (std::size_t k = 0; k < blocks.size() && clear; ++k)
           if (k != i && k != j && Intersects(blocks[k], joined)) clear = false;
         if (!clear) continue;
@@ -104,10 +127,24 @@ void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& l
   }
 }
 
+// Whether a line of like height just above or below spans both pieces: then the space between
+// them lies inside one column (the few words of a justified line spread wide).
+bool Bridged(std::vector<Box> const& pieces, Box const& p, Box const& q) {
+  int const h = std::min(p.Height(), q.Height());
+  int const top = std::min(p.t, q.t), bottom = std::max(p.b, q.b);
+  for (Box const& k : pieces) {
+    if (k.l > p.l || k.r < q.r || k.Height() > kBridgeHeightRatio * h || k.Height() * kBridgeHeightRatio < h)
+      continue;
+    int const distance = k.b < top ? top - k.b : k.t > bottom ? k.t - bottom : -1;
+    if (distance >= 0 && distance <= kBridgeReach * h) return true;
+  }
+  return false;
+}
+
 // Pieces of one row band joined across wider spaces that are no gutters: each piece with its
 // nearest neighbour to the right that shares most of its rows.
-std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink, std::vector<Box> const& walls,
-                            LayoutScale const& scale) {
+std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBits const& ink,
+                            std::vector<Box> const& walls, LayoutScale const& scale) {
   std::sort(pieces.begin(), pieces.end(), [](Box const& a, Box const& b) { return a.t < b.t; });
   int const n = int(pieces.size());
   std::vector<int> right(static_cast<std::size_t>(n), -1), gapTo(static_cast<std::size_t>(n), 1 << 30);
@@ -138,8 +175,8 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink, std::ve
     Box const& q = pieces[std::size_t(j)];
     int const gap = gapTo[std::size_t(i)];
     int const limit = std::max(wide, int(kMaxSpaceShare * std::min(p.Height(), q.Height())));
-    if (gap > std::min(widest, limit)) continue;
-    if (IsGutter(ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
+    if (gap > widest || (gap > limit && !Bridged(pieces, p, q))) continue;
+    if (IsGutter(text, ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
     parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<Box> joined(static_cast<std::size_t>(n));
@@ -152,9 +189,10 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink, std::ve
 
 }  // namespace
 
-bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, int width,
-                    int height, std::vector<Box> const& walls, LayoutScale const& scale,
-                    TextLayout& out) {
+bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, InkBits const& ink,
+                    std::vector<Box> const& walls, std::vector<Box> const& covered,
+                    LayoutScale const& scale, TextLayout& out) {
+  int const width = ink.Width(), height = ink.Height();
   out.blocks.clear();
   out.lines.clear();
   InkBits smear, text;
@@ -163,8 +201,8 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
   for (int y = 0; y < height; ++y) {
     int x0 = -1, x1 = -1;
     for (int i = map.rowStart[std::size_t(y)]; i < map.rowStart[std::size_t(y) + 1]; ++i) {
-      InkRun const& run = map.runs[std::size_t(i)];
-      if (!isText[std::size_t(run.label)]) continue;
+      InkRun run = map.runs[std::size_t(i)];
+      if (!isText[std::size_t(run.label)] || !ClipToUncovered(covered, y, run)) continue;
       SetSpan(text, y, run.x0, run.x1);
       if (x0 >= 0 && run.x0 - x1 - 1 <= reach) {
         x1 = std::max(x1, run.x1);
@@ -182,7 +220,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
   found.reserve(pieces.components.size());
   for (InkComponent const& c : pieces.components)
     found.push_back(Box{c.left, c.top, c.right, c.bottom});
-  std::vector<Box> lines = JoinPieces(std::move(found), text, walls, scale);
+  std::vector<Box> lines = JoinPieces(std::move(found), text, ink, walls, scale);
   std::sort(lines.begin(), lines.end(), [](Box const& a, Box const& b) {
     return a.t != b.t ? a.t < b.t : a.l < b.l;
   });
@@ -193,7 +231,11 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
   std::iota(parent.begin(), parent.end(), 0);
   for (int i = 0; i < n; ++i) {
     int const j = down[std::size_t(i)];
-    if (j >= 0 && up[std::size_t(j)] == i && Joinable(lines[std::size_t(i)], lines[std::size_t(j)]))
+    if (j < 0 || up[std::size_t(j)] != i) continue;
+    Box const& a = lines[std::size_t(i)];
+    Box const& b = lines[std::size_t(j)];
+    Box const between{std::max(a.l, b.l), a.b, std::min(a.r, b.r), b.t};
+    if (Joinable(a, b) && !Walled(walls, between))
       parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<int> blockOf(std::size_t(n), -1);
@@ -208,7 +250,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, in
     out.blocks[std::size_t(b)].Add(lines[std::size_t(i)]);
     out.lines[std::size_t(b)].push_back(lines[std::size_t(i)]);
   }
-  JoinColumnPieces(out.blocks, out.lines, scale);
+  JoinColumnPieces(out.blocks, out.lines, walls, scale);
   return true;
 }
 

@@ -4,13 +4,15 @@
 //    0.12 inch (an inter-word space of body text, well under a column gutter); the connected
 //    pieces of the smeared page are text lines (or, where ascenders touch descenders, a few
 //    lines together). Pieces sharing a row band are then joined across wider spaces, up to
-//    0.3 inch or 2.5 times their height, at most 0.6 inch, unless the space is a column gutter (gutters.h): the
+//    0.3 inch or 2.5 times their height, at most 0.6 inch (any space up to 0.6 inch when a
+//    line of like height just above or below spans both pieces), unless the space is a column gutter (gutters.h): the
 //    spaces of justified lines and of large titles. Pieces overlapping on most of their
 //    rows (an i's dot over its line) are one.
 // 2. Blocks: a line joins the line below it when each is the other's only near neighbour
 //    (the nearest line below overlapping it in x, and no second one within 0.03 inch of that
 //    distance), the gap is under 0.9 of the smaller height, and the heights differ by less
-//    than half. A title over two columns has two lines below it and stays apart, so no block
+//    than half (or the gap is under 0.4 of the smaller: the last line under a paragraph whose
+//    other lines touch). A title over two columns has two lines below it and stays apart, so no block
 //    crosses a gutter. Blocks left with the same left and right edges one under the other are
 //    then joined (a paragraph cut where two of its lines touched).
 // Cost: one pass over the runs, a component labelling of the smeared page, and a sort of the
@@ -29,10 +31,11 @@ struct TextLayout {
   std::vector<std::vector<Box>> lines;   // the lines of each block, top to bottom
 };
 
-// Lines and blocks of the components of `map` whose `isText` entry is set, on a reduced page
-// of width x height whose vertical rules are `walls`. False when memory runs out.
-bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, int width,
-                    int height, std::vector<Box> const& walls, LayoutScale const& scale,
-                    TextLayout& out);
+// Lines and blocks of the components of `map` whose `isText` entry is set, on the reduced
+// page `ink` whose rules are `walls` (no line or block is joined across one); text runs inside
+// the `covered` boxes (pictures, tables) are left out. False when memory runs out.
+bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, InkBits const& ink,
+                    std::vector<Box> const& walls, std::vector<Box> const& covered,
+                    LayoutScale const& scale, TextLayout& out);
 
 }  // namespace quilp
