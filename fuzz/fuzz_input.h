@@ -27,6 +27,7 @@ class Input {
   bool Flag() { return Byte() & 1; }
   // lo..hi, with the type's extremes one time in sixteen.
   int Int(int lo, int hi) {
+    if (hi <= lo) return lo;
     uint8_t const pick = Byte();
     if (pick == 0xF0) return INT_MIN;
     if (pick == 0xF1) return INT_MAX;
