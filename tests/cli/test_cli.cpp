@@ -137,7 +137,7 @@ TEST(Cli, DemoWritesEveryStep) {
         "otsu threshold of the page", "zone-copy.bmp", "zone-32bit.bmp", "difference.bmp",
         "sum of differences", "variance of a text zone", "page record is canonical",
         "demo-out/dropout-stamp.bmp", "demo-out/compress-page.bmp (1654 x 2339, 24 bits)",
-        "kept 24 bits"})
+        "kept 24 bits", "demo-out/shadow-faded-otsu-auto.bmp"})
     EXPECT_NE(r.out.find(says), std::string::npos) << says;
   EXPECT_NE(Quilp("info demo-out/binarized-otsu.bmp").out.find("1 bits per pixel"), std::string::npos);
 }
