@@ -10,11 +10,12 @@
 #include <cstring>
 #include <string>
 
+#include <sys/stat.h>
+
 #include "bmp_files.h"
 #include "cli_runner.h"
 #include "pages/page_maker.h"
 #include "quilp32.h"
-#include "refusal.h"
 
 using namespace cli_test;
 
@@ -50,6 +51,21 @@ void Files() {
     write("row.bmp", 3, 1, 24, [](int x, int) { return uint8_t(x == 2 || x == 6 ? 255 : x == 5 ? 128 : 0); });
     WriteFile("se.txt", "010\n111\n010\n");
     WriteFile("bad-se.txt", "01\n1\n");
+    // Files the reader must refuse: not a bitmap, cut short, an unread depth, pixels missing,
+    // pixels said to start inside the headers, a folder.
+    WriteFile("notbmp.bmp", "hello, this is not a bitmap at all, but it is long enough to read....");
+    std::string header(54, '\0');
+    header[0] = 'B', header[1] = 'M', header[14] = 40, header[26] = 1;
+    WriteFile("short.bmp", header.substr(0, 30));
+    auto forged = [&header](int offset, int w, int h, int bits) {
+      std::string f = header;
+      f[10] = char(offset), f[18] = char(w), f[22] = char(h), f[28] = char(bits);
+      return f;
+    };
+    WriteFile("four.bmp", forged(0, 4, 4, 4));
+    WriteFile("truncated.bmp", forged(54, 100, 100, 24));
+    WriteFile("inheader.bmp", forged(20, 1, 1, 24) + std::string(4, '\0'));
+    mkdir(WorkPath("folder.bmp").c_str(), 0777);
     return true;
   }();
   (void)made;
@@ -126,6 +142,8 @@ TEST(CliCommands, EachWritesItsFileOrPrintsItsFigures) {
       {"diff k8.bmp k8.bmp --offset 2 --test-rect 0,0,9,9 --ref-rect 0,0,9,9", "", 0, 0, 0, "200\n"},
       {"stats k8.bmp k8.bmp --rect 0,0,1,0", "", 0, 0, 0, "covariance: 12.5"},  // values 0 and 5
       {"stats k24.bmp", "", 0, 0, 0, "variance: blue "},
+      {"info c.bmp", "", 0, 0, 0, "100.0 x 100.0 dpi"},
+      {"grey c.bmp o.bmp --colour 4D961D --rect 10,10,99,49", "o.bmp", 90, 40, 8, ""},
       {"info k24.bmp", "", 0, 0, 0, "canonical:   yes"},
       {"info topdown.bmp", "", 0, 0, 0, "canonical:   yes"},
       {"info deep.bmp", "", 0, 0, 0, "canonical:   no: a kind"},
@@ -229,6 +247,28 @@ TEST(CliCommands, BadArgumentsGiveOneLine) {
   Files();
   struct Case { char const* args; char const* says; };
   Case const cases[] = {
+      {"info missing.bmp", "cannot open"},
+      {"info notbmp.bmp", "not a BMP"},
+      {"info short.bmp", "truncated"},
+      {"info four.bmp", "unsupported depth"},
+      {"info truncated.bmp", "truncated"},
+      {"info folder.bmp", "folder.bmp' is a folder"},
+      {"info inheader.bmp", "inside its headers"},
+      {"frobnicate", "unknown command"},
+      {"grey c.bmp", "missing output"},
+      {"grey c.bmp o.bmp --bogus", "unknown option"},
+      {"grey c.bmp o.bmp --colour red", "bad colour"},
+      {"grey c.bmp o.bmp --rect 5,5,1,1", "bad rectangle"},
+      {"grey c.bmp o.bmp --rect 1,2,3", "left,top,right,bottom"},
+      {"grey c.bmp o.bmp --rect 400,0,500,10", "must lie inside"},
+      {"grey c.bmp o.bmp --rect 0,0,240,160", "must lie inside"},  // one past the edge
+      {"clean g.bmp", "missing output"},
+      {"clean -o o.png", "missing input"},
+      {"clean g.bmp -o o.png --format gif", "unknown --format"},
+      {"clean g.bmp -o o.png --grey --keep-colour", "choose one"},
+      {"clean g.bmp -o o.png --jobs 0", "--jobs"},
+      {"clean g.bmp -o o.png --multipage", "TIFF"},
+      {"filter g.bmp o.bmp --op smooth --sigma 1e308", "--sigma"},
       {"filter g.bmp o.bmp --op blur", "--op is"},
       {"filter g.bmp o.bmp --op min --size 4", "window sizes must be odd"},
       {"filter g.bmp o.bmp --op reduce", "reduce needs"},
@@ -263,6 +303,7 @@ TEST(CliCommands, BadArgumentsGiveOneLine) {
       {"skew g.bmp --factors 2", "H,V"},
       {"skew b.bmp", "8-bit grey or a 24-bit"},
       {"hough b.bmp", "8-bit grey"},
+      {"hough g.bmp --rect -2147483648,0,2147483647,0", "block must be"},
       {"hough g.bmp --log 9 --rect 0,0,511,511", "inside the image"},
       {"hough g.bmp --log 15", "0 to 14"},
       {"separate g.bmp sep2", "24-bit"},
@@ -296,6 +337,7 @@ TEST(CliCommands, BadArgumentsGiveOneLine) {
       {"binarize g.bmp o.bmp --window 15", "go with --method"},
       {"binarize two.bmp o.bmp --method niblack --window 45", "window larger"},
       {"copy k24.bmp o.bmp --at 1,1 --onto k8.bmp", "not accepted"},
+      {"copy deep.bmp o.bmp --at 30000,30000", "larger than the 8 x 8"},
       {"convert k24.bmp o.bmp", "--depth"},
       {"convert k24.bmp o.bmp --depth 16", "not accepted"},
       {"diff k24.bmp k8.bmp", "same depth"},
@@ -304,7 +346,9 @@ TEST(CliCommands, BadArgumentsGiveOneLine) {
       {"diff k8.bmp k8.bmp --stop 1e3", "--stop"},
       {"diff k8.bmp k8.bmp --test-rect 0,0,4,4", "larger"},
       {"stats k1.bmp", "8-bit or 24-bit"},
+      {"stats k8.bmp k24.bmp", "same depth"},
       {"stats k8.bmp k8.bmp --rect 0,0,9,9 --rect2 0,0,4,4", "same size"},
   };
   for (Case const& c : cases) ExpectRefusal(c.args, c.says);
+  EXPECT_EQ(Quilp("stats k8.bmp k24.bmp").out, "");  // nothing printed before the refusal
 }
