@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "cli_runner.h"
-#include "support/images.h"
 
 namespace cli_test {
 
@@ -35,14 +34,6 @@ std::string WritePageFile(std::string const& name, quilp_pages::PageSpec const& 
   }
   DibFree(page);
   return name;
-}
-
-}  // namespace cli_test
-
-namespace cli_test {
-
-DibInfo* ReadBmpFile(std::string const& name) {
-  return testing_support::ReadBmp(WorkPath(name)).release();
 }
 
 }  // namespace cli_test
