@@ -353,31 +353,6 @@ TEST(Canonize, WellFormedRecordsBecomeCanonical) {
 }
 
 #if defined(QUILP_PYTHON)
-namespace {
-
-// A BMP file as a record: the file's info block is laid out as a record is.
-DibPtr LoadBmp(std::string const& path) {
-  std::FILE* f = std::fopen(path.c_str(), "rb");
-  if (!f) return nullptr;
-  std::vector<uint8_t> bytes;
-  uint8_t chunk[65536];
-  for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, f)) > 0;) bytes.insert(bytes.end(), chunk, chunk + n);
-  std::fclose(f);
-  if (bytes.size() < 54) return nullptr;
-  BITMAPINFOHEADER h;
-  std::memcpy(&h, bytes.data() + 14, sizeof h);
-  uint32_t offset;
-  std::memcpy(&offset, bytes.data() + 10, 4);
-  DibPtr d(DibCreate(h.biWidth, h.biHeight, h.biXPelsPerMeter, h.biYPelsPerMeter, h.biBitCount));
-  if (!d) return nullptr;
-  std::size_t const size = std::size_t(d->ByteWidth()) * d->Height();
-  if (offset + size > bytes.size()) return nullptr;
-  std::memcpy(d->BitsPtr(), bytes.data() + offset, size);
-  return d;
-}
-
-}  // namespace
-
 // Real text (Debian's fonts) at all four turns, skewed and noisy: the turn that makes it
 // upright. Dense pages here; sparse ones are measured by scripts/corpus/geometry_quality.sh.
 // A blank page has no orientation.
@@ -391,7 +366,7 @@ TEST(Orientation, RealTextAtEveryTurn) {
   char name[64];
   int want = 0, seen = 0;
   while (std::fscanf(manifest, "%63s %d %*[^\n]", name, &want) == 2) {
-    DibPtr page = LoadBmp(dir + "/" + name);
+    DibPtr page = ReadBmp(dir + "/" + name);
     ASSERT_TRUE(page) << name;
     int confidence = -1;
     EXPECT_EQ(DibDetectDominantOrientation(page.get(), &confidence, nullptr), want) << name;

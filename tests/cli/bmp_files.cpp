@@ -2,8 +2,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
 #include "cli_runner.h"
 
@@ -36,28 +34,6 @@ std::string WritePageFile(std::string const& name, quilp_pages::PageSpec const& 
   }
   DibFree(page);
   return name;
-}
-
-}  // namespace cli_test
-
-namespace cli_test {
-
-DibInfo* ReadBmpFile(std::string const& name) {
-  std::ifstream in(WorkPath(name), std::ios::binary);
-  std::string const f((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (f.size() < 54 || f[0] != 'B' || f[1] != 'M') return nullptr;
-  tagBITMAPINFOHEADER h;
-  uint32_t offset = 0;
-  std::memcpy(&offset, &f[10], 4);
-  std::memcpy(&h, &f[14], 40);
-  DibInfo* dib = DibCreate(h.biWidth, h.biHeight, h.biXPelsPerMeter, h.biYPelsPerMeter, h.biBitCount);
-  std::size_t const pixels = std::size_t(dib ? dib->ByteWidth() : 0) * std::size_t(dib ? dib->Height() : 0);
-  if (!dib || offset + pixels > f.size()) {
-    DibFree(dib);
-    return nullptr;
-  }
-  std::memcpy(dib->BitsPtr(), &f[offset], pixels);
-  return dib;
 }
 
 }  // namespace cli_test

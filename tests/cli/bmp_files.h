@@ -1,11 +1,12 @@
-// bmp_files.h - writes records as BMP files into the CLI tests' work folder.
+// bmp_files.h - writes records as BMP files into the CLI tests' work folder, and reads them.
 #pragma once
 
-#include <memory>
 #include <string>
 
+#include "cli_runner.h"
 #include "pages/page_maker.h"
 #include "quilp32.h"
+#include "support/images.h"
 
 namespace cli_test {
 
@@ -18,17 +19,10 @@ std::string WriteBmpFile(std::string const& name, DibInfo const* dib);
 std::string WritePageFile(std::string const& name, quilp_pages::PageSpec const& layout,
                           std::string const& bitsName = "");
 
-}  // namespace cli_test
-
-namespace cli_test {
-
-struct DibDeleter {
-  void operator()(DibInfo* d) const { DibFree(d); }
-};
-using DibPtr = std::unique_ptr<DibInfo, DibDeleter>;
+using testing_support::DibPtr;
 
 // Reads a BMP file of the work folder as written by the tool (40-byte header, standard
-// palette); null when it is missing or not such a file. Release with DibFree.
-DibInfo* ReadBmpFile(std::string const& name);
+// palette); null when it is missing or not such a file.
+inline DibPtr ReadBmpFile(std::string const& name) { return testing_support::ReadBmp(WorkPath(name)); }
 
 }  // namespace cli_test

@@ -19,7 +19,6 @@
 #include "cli_runner.h"
 #include "pages/page_maker.h"
 #include "quilp32.h"
-#include "refusal.h"
 
 using namespace cli_test;
 
@@ -210,20 +209,6 @@ TEST(CliClean, InterruptedRunLeavesOnlyWholeFiles) {
     EXPECT_NE(name[0], '.') << "left behind: " << name;
     EXPECT_EQ(Quilp("info ci-out/" + name).status, 0) << name;
   }
-}
-
-TEST(CliClean, BadArgumentsGiveOneLine) {
-  WriteBmpFile("cx-page.bmp", Page(8, 0.0, 7, 120, 90).get());
-  struct Case { char const* args; char const* says; };
-  Case const cases[] = {
-      {"clean cx-page.bmp", "missing output"},
-      {"clean -o cx-out.png", "missing input"},
-      {"clean cx-page.bmp -o cx-out.png --format gif", "unknown --format"},
-      {"clean cx-page.bmp -o cx-out.png --grey --keep-colour", "choose one"},
-      {"clean cx-page.bmp -o cx-out.png --jobs 0", "--jobs"},
-      {"clean cx-page.bmp -o cx-out.png --multipage", "TIFF"},
-  };
-  for (Case const& c : cases) ExpectRefusal(c.args, c.says);
 }
 
 // The page maker's red ring stamp: dropped by default (the 1-bit page then carries no more ink

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <string>
 
 #include "quilp32.h"
 
@@ -18,6 +19,10 @@ using DibPtr = std::unique_ptr<DibInfo, DibDeleter>;
 // A record of the given depth whose pixel bytes (padding included) are random.
 // topDown stores the rows top-down (negative height).
 DibPtr RandomDib(int width, int height, int bitCount, bool topDown, uint32_t seed);
+
+// A BMP file with a 40-byte header (its rows as stored) as a record; null when it is missing or
+// not such a file.
+DibPtr ReadBmp(std::string const& path);
 
 // Visual pixel byte `channel` of (x, y) for 8-, 24- and 32-bit records.
 inline uint8_t& Px(DibInfo const* dib, int x, int y, int channel = 0) {
