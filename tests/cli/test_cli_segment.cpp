@@ -8,7 +8,6 @@
 #include "cli_runner.h"
 #include "pages/page_maker.h"
 #include "quilp32.h"
-#include "refusal.h"
 
 using namespace cli_test;
 
