@@ -11,14 +11,16 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, std::size_t size) {
   Dib page = in.Image();
   if (!page) return 0;
   tagRect32 r;
+  // The extremes of the capacity go with a null array: a larger capacity than the array holds
+  // is the caller's overrun.
   int const capacity = in.Int(-2, 40);
-  std::vector<SDibZone> zones(std::size_t(capacity > 0 ? capacity : 0));
-  SDibZone* array = in.Flag() ? zones.data() : nullptr;
+  std::vector<SDibZone> zones(std::size_t(capacity > 0 && capacity <= 40 ? capacity : 0));
+  SDibZone* array = in.Flag() && !zones.empty() ? zones.data() : nullptr;
   DibSegmentLev1(page.get(), array, capacity, in.Rect(page.get(), r));
   DibSegmentLev1Hier(page.get(), array, capacity, in.Rect(page.get(), r));
   DibPreSegment(page.get(), array, capacity, in.Rect(page.get(), r));
   int const count = in.Int(-1, capacity);
-  for (int i = 0; i < count && i < capacity; ++i) {
+  for (int i = 0; i < count && std::size_t(i) < zones.size(); ++i) {
     SDibZone& z = zones[std::size_t(i)];
     z.rect = {in.Int(-4, 80), in.Int(-4, 50), in.Int(-4, 80), in.Int(-4, 50)};
     z.kind = in.Int(-1, 8);
