@@ -21,11 +21,11 @@ namespace {
 // The page: grey two-column text with a photo, thresholded at 160 (set bits paper).
 DibInfo* ColumnPage() {
   static DibInfo* page = [] {
-    quilp_pages::PageSpec spec;
-    spec.columns = 2;
-    spec.bitCount = 8;
-    spec.topDown = TopDownPages();
-    DibInfo* grey = quilp_pages::MakePage(spec);
+    quilp_pages::PageSpec layout;
+    layout.columns = 2;
+    layout.bitCount = 8;
+    layout.topDown = TopDownPages();
+    DibInfo* grey = quilp_pages::MakePage(layout);
     DibInfo* bits = DibBinarizeSimple(grey, 160, false, nullptr);
     DibFree(grey);
     return bits;
