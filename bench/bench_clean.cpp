@@ -83,7 +83,10 @@ struct Stages {
   double skew = 0;
 };
 
+// The pipeline's grey by default: colour pages with their coloured ink dropped.
 Dib Grey(DibInfo const* page) {
+  if (page->BitsPerPixel() == 24 || page->BitsPerPixel() == 32)
+    return Dib(DibDropoutGrey(page, DibDropoutStrength, DibDropoutTolerance, nullptr));
   DibInfo* out = nullptr;
   DibConvertDepthEx(out, page, 8, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr);
   return Dib(out);
