@@ -1198,15 +1198,6 @@ bool MorphRequestOf(SDibMorphSetup const& setup, InkBits& element, MorphRequest&
   return true;
 }
 
-DibView ViewOfPlane(DibPlane const& p) {
-  DibView v;
-  v.top = p.data;
-  v.step = p.stride;
-  v.width = p.width;
-  v.height = p.height;
-  return v;
-}
-
 }  // namespace
 
 DibInfo* DibMorphCommon(DibInfo* src, SDibMorphSetup const* setup, tagRect32* rect) {

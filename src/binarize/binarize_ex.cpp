@@ -74,15 +74,6 @@ int AdaptiveKeys(CDibFlowControl& frame, int method, int p1, int p2, AdaptiveSet
   return frame.GetStatus();
 }
 
-DibView ViewOfPlane(DibPlane const& plane) {
-  DibView v;
-  v.top = plane.data;
-  v.step = plane.stride;
-  v.width = plane.width;
-  v.height = plane.height;
-  return v;
-}
-
 }  // namespace
 
 int BinarizeEx(DibInfo*& dest, DibInfo const* src, int method, int p1, int p2, int count,

@@ -8,6 +8,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "record/view.h"
+
 namespace quilp {
 
 // Format codes by depth: low 4 bits samples per pixel, bits 16..23 bytes per sample.
@@ -71,6 +73,16 @@ static inline DibPlane PackedPlane8(unsigned char* data, int width, int height) 
   p.format = kDibFormat8;
   p.data = data;
   return p;
+}
+
+// A plane's area as a view of rows (the record's own fields left empty).
+static inline DibView ViewOfPlane(DibPlane const& p) {
+  DibView v;
+  v.top = p.data;
+  v.step = p.stride;
+  v.width = p.width;
+  v.height = p.height;
+  return v;
 }
 
 }  // namespace quilp
