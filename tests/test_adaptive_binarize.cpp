@@ -11,6 +11,7 @@
 
 #include "quilp32.h"
 #include "support/images.h"
+#include "pages/page_maker.h"
 #include "support/made_pages.h"
 
 using namespace testing_support;
@@ -230,4 +231,62 @@ TEST(AdaptiveBinarize, Failures) {
   EXPECT_NE(whole, nullptr);
   ASSERT_NE(small, nullptr);
   EXPECT_EQ(small->Width(), 10);
+}
+
+namespace {
+
+// FNV-1a over the used bytes of every row of a 1-bit result, top row first.
+uint64_t Digest(DibInfo const* bw) {
+  uint64_t h = 1469598103934665603ull;
+  for (int y = 0; y < bw->Height(); ++y)
+    for (int i = 0; i < (bw->Width() + 7) / 8; ++i) h = (h ^ bw->GetLine(y)[i]) * 1099511628211ull;
+  return h;
+}
+
+// The same visual pixels stored in the other row order.
+DibPtr Reordered(DibInfo const* dib) {
+  int const w = dib->Width(), h = dib->Height(), bytes = w * dib->BitsPerPixel() / 8;
+  DibPtr out(DibCreate(w, dib->biHeight < 0 ? h : -h, dib->XPelsPerMeter(), dib->YPelsPerMeter(),
+                       dib->BitsPerPixel()));
+  for (int y = 0; y < h; ++y) std::memcpy(out->GetLine(y), dib->GetLine(y), size_t(bytes));
+  return out;
+}
+
+}  // namespace
+
+// The paper-surface method's pixels are fixed: these digests were taken from its first
+// release, and every faster path must give them again, in both row orders.
+TEST(AdaptiveBinarize, PaperSurfaceMethodKeepsItsPixels) {
+  quilp_pages::PageSpec spec;
+  spec.width = 613, spec.height = 457, spec.dpi = 100, spec.bitCount = 8;
+  spec.skewDegrees = 2, spec.noise = 7, spec.unevenness = 0.4, spec.columns = 2;
+  DibPtr made(quilp_pages::MakePage(spec));
+  spec.bitCount = 24, spec.fade = 0.5, spec.seed = 3;
+  DibPtr colour(quilp_pages::MakePage(spec));
+  DibPtr shaded = ShadedTextPage(131, 61, 0.9, 0, 5), flat = ShadedTextPage(70, 64, 0.0, 3, 2);
+  struct Case { DibInfo* page; int window, k; tagRect32 rect; uint64_t digest; };
+  Case const cases[] = {
+      {made.get(), 0, 0, {0, 0, 0, 0}, 13514057993820499213ull},
+      {made.get(), 41, 30, {3, 5, 600, 450}, 8935625082758997758ull},
+      {made.get(), 9, -150, {0, 0, 0, 0}, 17711253490725369847ull},
+      {colour.get(), 0, 0, {0, 0, 0, 0}, 15720244331404341255ull},
+      {shaded.get(), 0, 0, {0, 0, 0, 0}, 9439720437067357499ull},
+      {shaded.get(), 3, 90, {1, 2, 65, 60}, 7445853222439866276ull},
+      {shaded.get(), 0, 0, {2, 0, 3, 60}, 1869169513414792344ull},
+      {shaded.get(), 0, 0, {5, 1, 38, 30}, 8598633598876414566ull},
+      {flat.get(), 0, 0, {0, 0, 0, 0}, 3019656117513468126ull},
+      {flat.get(), 15, -300, {0, 0, 0, 0}, 13869621724243530252ull},
+  };
+  for (Case const& c : cases) {
+    DibPtr other = Reordered(c.page);
+    for (DibInfo* page : {c.page, other.get()}) {
+      tagRect32 rect = c.rect;
+      bool const whole = rect.right == 0;
+      DibPtr bw(DibBinarizeStat(page, c.window, c.k, whole ? nullptr : &rect));
+      ASSERT_NE(bw, nullptr);
+      EXPECT_EQ(Digest(bw.get()), c.digest)
+          << "window " << c.window << " k " << c.k << " width " << bw->Width()
+          << (page->biHeight < 0 ? " top-down" : " bottom-up");
+    }
+  }
 }
