@@ -7,6 +7,8 @@
 // offset, so no pixel of a caller's target outside the area changes.
 #include "binarize/binarize_ex.h"
 
+#include <cstring>
+
 #include "binarize/adaptive.h"
 #include "binarize/grey_area.h"
 #include "binarize/histogram.h"
@@ -53,6 +55,16 @@ class PlaneSink : public BitRowSink {
   PlaneSink(DibPlane const& plane, uint8_t* padded) : plane_(plane), padded_(padded) {}
   void Put(int y, uint8_t const* bits) override {
     int const bytes = (plane_.width + 7) / 8;
+    if (plane_.bitOffset == 0) {  // whole bytes, and the last one's bits past the width kept
+      uint8_t* const row = plane_.Row(y);
+      int const whole = plane_.width / 8, spare = 8 * bytes - plane_.width;
+      std::memcpy(row, bits, std::size_t(whole));
+      if (spare) {
+        unsigned const keep = (1u << spare) - 1;
+        row[whole] = static_cast<uint8_t>((row[whole] & keep) | (bits[whole] & ~keep));
+      }
+      return;
+    }
     padded_[0] = 0;
     for (int i = 0; i < bytes; ++i) padded_[i + 1] = bits[i];
     padded_[bytes + 1] = 0;

@@ -1,0 +1,29 @@
+// paper_kernels.h - row kernels of the paper-surface binarization (background_threshold.h).
+//
+// blend:  a pixel row of the paper surface from two block rows already interpolated along the
+//         row (values times 256), weighted w / 256 toward the second, rounded once.
+// decide: the 1-bit row: a pixel is black exactly when its level lies below the cut of its
+//         paper level, cut[paper[x]] (a 256-entry table).
+// The vector tables give exactly the scalar results.
+#pragma once
+
+#include <cstdint>
+
+namespace quilp {
+
+struct PaperKernels {
+  // out[x] = (a[x] * (256 - w) + b[x] * w + 32768) >> 16 for x < n; 0 <= w <= 256 and every
+  // a[x], b[x] <= 65280 (255 * 256), so each result is a level 0..255.
+  void (*blend)(uint16_t const* a, uint16_t const* b, int w, uint8_t* out, int n);
+  // Writes the (width + 7) / 8 bytes of one 1-bit row, leftmost pixel in the most significant
+  // bit: bit x is 0 exactly when src[x] < cut[paper[x]], and the bits past `width` are 1.
+  void (*decide)(uint8_t const* src, uint8_t const* paper, uint8_t const cut[256],
+                 uint8_t* bits, int width);
+};
+PaperKernels const& PaperKernelsScalar();
+PaperKernels const& PaperKernelsSse41();
+PaperKernels const& PaperKernelsAvx2();
+PaperKernels const& PaperKernelsAvx512();
+PaperKernels const& PaperKernelsActive();
+
+}  // namespace quilp
