@@ -37,10 +37,14 @@ int Median(double const* hist, int lo, int hi) {
 // neighbours mostly share a pair, and two counters keep their increments from waiting on each
 // other. 32-bit counts are folded into the contrast and excess histograms before they can wrap.
 class PairCounts {
+  // The odd columns' table starts a little past a multiple of 4 KiB from the even one's, so
+  // the increments of a pair and its neighbour do not look alike to the store buffer.
+  static constexpr std::size_t kOddShift = 16;
+
  public:
   bool Init(int width) {
     try {
-      counts_.assign(2 * 65536, 0);
+      counts_.assign(2 * 65536 + kOddShift, 0);
     } catch (std::bad_alloc const&) {
       return false;
     }
@@ -49,7 +53,7 @@ class PairCounts {
   }
   void AddRow(uint8_t const* paper, uint8_t const* src, int width) {
     uint32_t* const even = counts_.data();
-    uint32_t* const odd = even + 65536;
+    uint32_t* const odd = even + 65536 + kOddShift;
     int x = 0;
     for (; x + 1 < width; x += 2) {
       ++even[unsigned(paper[x]) << 8 | src[x]];
@@ -63,7 +67,7 @@ class PairCounts {
     for (int b = 0; b < 256; ++b)
       for (int v = 0; v < 256; ++v) {
         std::size_t const i = std::size_t(b) << 8 | std::size_t(v);
-        uint64_t const n = uint64_t(counts_[i]) + counts_[65536 + i];
+        uint64_t const n = uint64_t(counts_[i]) + counts_[65536 + kOddShift + i];
         if (n) bins[v < b ? Contrast(b, v) : 256 + v - b] += n;
       }
     std::fill(counts_.begin(), counts_.end(), 0u);
