@@ -1,6 +1,6 @@
 // paper_kernels.cpp - the scalar paper-surface row kernels (the definition) and their dispatch.
 //
-// Cost per pixel: two multiplies for the blend; a table look-up and a compare for the decision.
+// Cost per pixel: an add for the column sums, two multiplies for the blend; a table look-up and a compare for the decision.
 #include "binarize/paper_kernels.h"
 
 #include "binarize/bit_row.h"
@@ -8,6 +8,10 @@
 
 namespace quilp {
 namespace {
+
+void AddColumns(uint8_t const* src, uint16_t* columns, int n) {
+  for (int x = 0; x < n; ++x) columns[x] = static_cast<uint16_t>(columns[x] + src[x]);
+}
 
 void Blend(uint16_t const* a, uint16_t const* b, int w, uint8_t* out, int n) {
   uint32_t const wa = uint32_t(256 - w), wb = uint32_t(w);
@@ -22,7 +26,7 @@ void Decide(uint8_t const* src, uint8_t const* paper, uint8_t const cut[256], ui
 }  // namespace
 
 PaperKernels const& PaperKernelsScalar() {
-  static PaperKernels const table = {Blend, Decide};
+  static PaperKernels const table = {AddColumns, Blend, Decide};
   return table;
 }
 

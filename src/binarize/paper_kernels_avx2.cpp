@@ -14,6 +14,16 @@ namespace {
 
 constexpr int kWindowBelow = 7;  // the window is [p - 7, p + 8] around the first pixel's paper
 
+void AddColumns(uint8_t const* src, uint16_t* columns, int n) {
+  int x = 0;
+  for (; x + 16 <= n; x += 16) {
+    __m256i* const c = reinterpret_cast<__m256i*>(columns + x);
+    __m256i const v = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<__m128i const*>(src + x)));
+    _mm256_storeu_si256(c, _mm256_add_epi16(_mm256_loadu_si256(c), v));
+  }
+  if (x < n) PaperKernelsSse41().addColumns(src + x, columns + x, n - x);
+}
+
 inline __m256i Blend16(__m256i a, __m256i b, __m256i wa, __m256i wb) {
   __m256i const low = _mm256_set1_epi16(0xFF);
   __m256i const h = _mm256_add_epi16(_mm256_mullo_epi16(_mm256_srli_epi16(a, 8), wa),
@@ -68,7 +78,7 @@ void Decide(uint8_t const* src, uint8_t const* paper, uint8_t const cut[256], ui
 }  // namespace
 
 PaperKernels const& PaperKernelsAvx2() {
-  static PaperKernels const table = {Blend, Decide};
+  static PaperKernels const table = {AddColumns, Blend, Decide};
   return table;
 }
 

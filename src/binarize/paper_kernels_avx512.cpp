@@ -15,6 +15,19 @@
 namespace quilp {
 namespace {
 
+void AddColumns(uint8_t const* src, uint16_t* columns, int n) {
+  int x = 0;
+  for (; x + 32 <= n; x += 32) {
+    __m512i const v = _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<__m256i const*>(src + x)));
+    _mm512_storeu_si512(columns + x, _mm512_add_epi16(_mm512_loadu_si512(columns + x), v));
+  }
+  if (x < n) {
+    __mmask32 const m = static_cast<__mmask32>((1u << (n - x)) - 1);
+    __m512i const v = _mm512_cvtepu8_epi16(_mm256_maskz_loadu_epi8(m, src + x));
+    _mm512_mask_storeu_epi16(columns + x, m, _mm512_add_epi16(_mm512_maskz_loadu_epi16(m, columns + x), v));
+  }
+}
+
 inline __m512i Blend32(__m512i a, __m512i b, __m512i wa, __m512i wb) {
   __m512i const low = _mm512_set1_epi16(0xFF);
   __m512i const h = _mm512_add_epi16(_mm512_mullo_epi16(_mm512_srli_epi16(a, 8), wa),
@@ -63,7 +76,7 @@ void Decide(uint8_t const* src, uint8_t const* paper, uint8_t const cut[256], ui
 }  // namespace
 
 PaperKernels const& PaperKernelsAvx512() {
-  static PaperKernels const table = {Blend, Decide};
+  static PaperKernels const table = {AddColumns, Blend, Decide};
   return table;
 }
 

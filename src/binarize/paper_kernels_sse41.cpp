@@ -22,6 +22,16 @@ namespace {
 // Levels of the window below the first pixel's paper level: the window is [p - 7, p + 8].
 constexpr int kWindowBelow = 7;
 
+void AddColumns(uint8_t const* src, uint16_t* columns, int n) {
+  int x = 0;
+  for (; x + 8 <= n; x += 8) {
+    __m128i* const c = reinterpret_cast<__m128i*>(columns + x);
+    __m128i const v = _mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<__m128i const*>(src + x)));
+    _mm_storeu_si128(c, _mm_add_epi16(_mm_loadu_si128(c), v));
+  }
+  if (x < n) PaperKernelsScalar().addColumns(src + x, columns + x, n - x);
+}
+
 inline __m128i Blend8(__m128i a, __m128i b, __m128i wa, __m128i wb) {
   __m128i const low = _mm_set1_epi16(0xFF);
   __m128i const h = _mm_add_epi16(_mm_mullo_epi16(_mm_srli_epi16(a, 8), wa),
@@ -69,7 +79,7 @@ void Decide(uint8_t const* src, uint8_t const* paper, uint8_t const cut[256], ui
 }  // namespace
 
 PaperKernels const& PaperKernelsSse41() {
-  static PaperKernels const table = {Blend, Decide};
+  static PaperKernels const table = {AddColumns, Blend, Decide};
   return table;
 }
 

@@ -11,7 +11,8 @@
 namespace quilp {
 
 bool PaperSurface::BlockMeans(DibView const& grey) {
-  std::vector<uint32_t> sums, columns;
+  std::vector<uint32_t> sums;
+  std::vector<uint16_t> columns;
   try {
     sums.assign(blocks_.size(), 0);
     columns.assign(std::size_t(width_), 0);
@@ -19,23 +20,26 @@ bool PaperSurface::BlockMeans(DibView const& grey) {
     return false;
   }
   StoredRows const rows(grey);
-  // Each band of f rows is summed down its columns (f * 255 per column, and f * f * 255 per
-  // block, stay within 32 bits as f <= 511), then f columns at a time into its blocks.
+  // Each band of f rows is summed down its columns in 16 bits (at most kColumnRows rows at a
+  // time), then f columns at a time into its blocks (f * f * 255 stays within 32 bits, as
+  // f <= 511).
+  constexpr int kColumnRows = 65535 / 255;
+  int summed = 0;
   for (int y = 0; y < grey.height; ++y) {
-    uint8_t const* src = rows.view.Row(y);
-    uint32_t* const col = columns.data();
-    for (int x = 0; x < width_; ++x) col[x] += src[x];
+    kernels_->addColumns(rows.view.Row(y), columns.data(), width_);
     int const band = rows.Visual(y) / f_;
     bool const last = y + 1 == grey.height || rows.Visual(y + 1) / f_ != band;
-    if (!last) continue;
+    if (!last && ++summed < kColumnRows) continue;
+    uint16_t const* col = columns.data();
     uint32_t* const b = &sums[std::size_t(band) * std::size_t(sw_)];
     for (int x = 0, bx = 0; x < width_; x += f_, ++bx) {
       int const end = std::min(width_, x + f_);
       uint32_t sum = 0;
       for (int i = x; i < end; ++i) sum += col[i];
-      b[bx] = sum;
+      b[bx] += sum;
     }
-    std::fill(columns.begin(), columns.end(), 0u);
+    std::fill(columns.begin(), columns.end(), uint16_t(0));
+    summed = 0;
   }
   for (int by = 0; by < sh_; ++by)
     for (int bx = 0; bx < sw_; ++bx) {
@@ -58,6 +62,7 @@ bool PaperSurface::Build(DibView const& grey, int window) {
     blocks_.assign(n, 0);
     work_.assign(n, 0);
     x0_.resize(std::size_t(width_));
+    runEnd_.assign(std::size_t(sw_), 0);
     wx_.resize(std::size_t(width_));
     expanded_[0].resize(std::size_t(width_));
     expanded_[1].resize(std::size_t(width_));
@@ -86,6 +91,7 @@ bool PaperSurface::Build(DibView const& grey, int window) {
       wx_[x] = i >= sw_ - 1 ? 0 : (pos - 2 * f_ * i) * 256 / (2 * f_);
     }
   }
+  for (int x = 0; x < width_; ++x) runEnd_[x0_[x]] = x + 1;  // left centres never decrease
   return true;
 }
 
@@ -98,10 +104,11 @@ uint16_t const* PaperSurface::Expanded(int i, int keep) {
   int const k = expandedRow_[0] == keep ? 1 : 0;
   uint8_t const* a = &blocks_[std::size_t(i) * std::size_t(sw_)];
   uint16_t* e = expanded_[k].data();
-  for (int x = 0; x < width_; ++x) {
-    int const j = x0_[x], t = wx_[x];
-    int const next = j + 1 < sw_ ? a[j + 1] : a[j];
-    e[x] = static_cast<uint16_t>(a[j] * (256 - t) + next * t);
+  // a[j] (256 - t) + a[j + 1] t, run by run of the pixels whose left centre is block j (the
+  // last block's pixels have t = 0 and need no right neighbour).
+  for (int j = 0, x = 0; j < sw_; ++j) {
+    int const base = a[j] * 256, rise = j + 1 < sw_ ? a[j + 1] - a[j] : 0;
+    for (int const end = runEnd_[j]; x < end; ++x) e[x] = static_cast<uint16_t>(base + rise * wx_[x]);
   }
   expandedRow_[k] = i;
   return e;

@@ -47,6 +47,7 @@ class PaperSurface {
   PaperKernels const* kernels_ = nullptr;
   std::vector<uint8_t> blocks_, work_;
   std::vector<int> x0_, wx_;  // per pixel: left block centre and weight (0..256)
+  std::vector<int> runEnd_;   // per block: one past the last pixel whose left centre it is
   // Two expanded block rows, kept while the rows between their centres are asked for.
   std::vector<uint16_t> expanded_[2];
   int expandedRow_[2] = {-1, -1};
