@@ -41,12 +41,15 @@ bool PaperSurface::BlockMeans(DibView const& grey) {
     std::fill(columns.begin(), columns.end(), uint16_t(0));
     summed = 0;
   }
+  // The rounded mean (sum + count / 2) / count, divided in doubles: the numerator stays below
+  // 2^27 and the count below 2^18, so a quotient short of an integer stays short of it and the
+  // truncation is the integer division's, at a fraction of its cost.
   for (int by = 0; by < sh_; ++by)
     for (int bx = 0; bx < sw_; ++bx) {
       uint32_t const count = uint32_t(std::min(f_, width_ - bx * f_)) *
                              uint32_t(std::min(f_, grey.height - by * f_));
       std::size_t const i = std::size_t(by) * std::size_t(sw_) + std::size_t(bx);
-      blocks_[i] = static_cast<uint8_t>((sums[i] + count / 2) / count);
+      blocks_[i] = static_cast<uint8_t>(double(sums[i] + count / 2) / double(count));
     }
   return true;
 }
