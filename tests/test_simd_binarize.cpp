@@ -1,11 +1,13 @@
 // Every vector path of the binarization kernels equals the scalar one.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 #include <vector>
 
 #include "binarize/histogram.h"
+#include "binarize/paper_kernels.h"
 #include "binarize/threshold.h"
 #include "quilp32.h"
 #include "support/images.h"
@@ -82,6 +84,75 @@ TEST(BinarizeSimd, ExportsGiveTheSameImagesOnEveryPath) {
         DibInfo* ex = nullptr;
         tagPoint32 at{3, 1};
         DibBinarizeEx(ex, grey.get(), 2, 0, 0, 0, nullptr, nullptr, &rect, &at);
+        out.emplace_back(ex);
+        return out;
+      }, WidthAndOrder(width, topDown));
+    }
+}
+
+// The paper-surface kernels on every tier: smooth paper rows (the windowed look-up) and
+// scattered ones (its fallback), blends at the extreme weights, column sums that wrap.
+TEST(BinarizeSimd, PaperKernelsEqualTheScalarOnes) {
+  std::mt19937 rng(5);
+  auto tableOf = [](Tier t) -> quilp::PaperKernels const& {
+    return t == Tier::kAvx512 ? quilp::PaperKernelsAvx512()
+           : t == Tier::kAvx2 ? quilp::PaperKernelsAvx2()
+                              : quilp::PaperKernelsSse41();
+  };
+  quilp::PaperKernels const& scalar = quilp::PaperKernelsScalar();
+  uint8_t cut[256];
+  for (auto& c : cut) c = uint8_t(rng());
+  for (Tier tier : VectorTiers())
+    for (int width : {1, 7, 15, 16, 17, 31, 33, 63, 64, 65, 77, 100, 129, 200}) {
+      SCOPED_TRACE(testing::Message() << quilp::simd::TierName(tier) << " width " << width);
+      quilp::PaperKernels const& k = tableOf(tier);
+      std::vector<uint8_t> src(width), smooth(width), scattered(width);
+      std::vector<uint16_t> a(width), b(width), cols(width);
+      for (int x = 0; x < width; ++x) {
+        src[x] = uint8_t(rng());
+        scattered[x] = uint8_t(rng());
+        a[x] = uint16_t(rng() % 65281u), b[x] = uint16_t(x % 5 ? rng() % 65281u : 65280u);
+        cols[x] = uint16_t(65000 + rng() % 536u);
+      }
+      for (int row = 0; row < 40; ++row) {  // paper wandering by up to 2 levels a pixel
+        int level = int(rng() % 256u);
+        for (auto& p : smooth) p = uint8_t(level = std::clamp(level + int(rng() % 5u) - 2, 0, 255));
+        for (auto const* paper : {&smooth, &scattered}) {
+          std::vector<uint8_t> want((width + 7) / 8 + 1, 0xA5), got = want;
+          scalar.decide(src.data(), paper->data(), cut, want.data(), width);
+          k.decide(src.data(), paper->data(), cut, got.data(), width);
+          ASSERT_EQ(want, got) << "row " << row;
+          EXPECT_EQ(got.back(), 0xA5);  // nothing past the row's bytes
+        }
+      }
+      for (int w : {0, 1, 77, 128, 255, 256}) {
+        std::vector<uint8_t> want(width + 1, 0xA5), got = want;
+        scalar.blend(a.data(), b.data(), w, want.data(), width);
+        k.blend(a.data(), b.data(), w, got.data(), width);
+        ASSERT_EQ(want, got) << "weight " << w;
+      }
+      std::vector<uint16_t> want = cols, got = cols;
+      scalar.addColumns(src.data(), want.data(), width);
+      k.addColumns(src.data(), got.data(), width);
+      ASSERT_EQ(want, got);
+    }
+}
+
+// The paper-surface method through its exports on every tier, awkward widths, both orders.
+TEST(BinarizeSimd, PaperSurfaceMethodGivesTheSameImagesOnEveryPath) {
+  for (int width : kAwkwardWidths)
+    for (bool topDown : {false, true}) {
+      DibPtr grey = RandomDib(width + 90, 40, 8, topDown, uint32_t(width * 3 + topDown));
+      for (int y = 0; y < 40; ++y)  // shaded paper under the noise, so ink and paper both occur
+        for (int x = 0; x < width + 90; ++x)
+          if (Px(grey.get(), x, y) > 60) Px(grey.get(), x, y) = uint8_t(150 + x % 100 + Px(grey.get(), x, y) % 6);
+      tagRect32 rect{90, 2, width + 90, 39};
+      ExpectSameOnEveryTier([&] {
+        std::vector<DibPtr> out;
+        out.emplace_back(DibBinarizeStat(grey.get(), 0, 0, &rect));
+        DibInfo* ex = nullptr;
+        tagPoint32 at{5, 0};
+        DibBinarizeEx(ex, grey.get(), 6, 9, 30, 0, nullptr, nullptr, nullptr, &at);
         out.emplace_back(ex);
         return out;
       }, WidthAndOrder(width, topDown));
