@@ -100,6 +100,10 @@ TEST(BinarizeSimd, PaperKernelsEqualTheScalarOnes) {
                               : quilp::PaperKernelsSse41();
   };
   quilp::PaperKernels const& scalar = quilp::PaperKernelsScalar();
+  for (Tier tier : VectorTiers()) {  // the forced tier is the one that runs
+    ScopedTier forced(tier);
+    EXPECT_EQ(quilp::PaperKernelsActive().decide, tableOf(tier).decide) << quilp::simd::TierName(tier);
+  }
   uint8_t cut[256];
   for (auto& c : cut) c = uint8_t(rng());
   for (Tier tier : VectorTiers())
