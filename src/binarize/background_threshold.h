@@ -15,8 +15,12 @@
 //    and a pixel must also lie 2.5 sigma below its paper (d >= 2.5 sigma 255 / B), which
 //    keeps deeply shadowed paper, where the same noise spans more contrast, white. When
 //    q - p is below 16 the area holds no ink and stays white.
-// Cost per pixel: a block sum, an interpolation and a table look-up, twice (one pass for the
-// histograms, one for the decision); the surface work is on 1/f^2 of the pixels.
+// Cost: three reads of the page. The block sums add each pixel to a column sum; the histogram
+// pass blends the surface row (paper_kernels.h) and counts each (B, v) pair, folded into the
+// d and excess histograms at the end (65536 bins, not a division per pixel); the decision pass
+// blends the row again and looks the cut up per pixel, 64 at a time where AVX-512 VBMI
+// allows. The closing and smoothing work on 1/f^2 of the pixels. About 14 ms for an A4 page
+// at 300 dpi on one core.
 #pragma once
 
 #include "binarize/adaptive.h"
