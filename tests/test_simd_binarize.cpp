@@ -91,7 +91,8 @@ TEST(BinarizeSimd, ExportsGiveTheSameImagesOnEveryPath) {
 }
 
 // The paper-surface kernels on every tier: smooth paper rows (the windowed look-up) and
-// scattered ones (its fallback), blends at the extreme weights, column sums that wrap.
+// scattered ones (its fallback), blends at the extreme weights, block rows expanded at several
+// block sizes, column sums that wrap.
 TEST(BinarizeSimd, PaperKernelsEqualTheScalarOnes) {
   std::mt19937 rng(5);
   auto tableOf = [](Tier t) -> quilp::PaperKernels const& {
@@ -134,6 +135,16 @@ TEST(BinarizeSimd, PaperKernelsEqualTheScalarOnes) {
         scalar.blend(a.data(), b.data(), w, want.data(), width);
         k.blend(a.data(), b.data(), w, got.data(), width);
         ASSERT_EQ(want, got) << "weight " << w;
+      }
+      for (int f : {1, 2, 3, 6, 40}) {  // block rows expanded: blocks of f pixels from block 3
+        std::vector<int32_t> left(width);
+        std::vector<uint16_t> weight(width), want(width), got(width);
+        for (int x = 0; x < width; ++x) left[x] = 3 + x / f, weight[x] = uint16_t(rng() % 257u);
+        std::vector<uint8_t> blocks(std::size_t(left.back()) + 65);
+        for (auto& v : blocks) v = uint8_t(rng());
+        scalar.expand(blocks.data(), left.data(), weight.data(), want.data(), width);
+        k.expand(blocks.data(), left.data(), weight.data(), got.data(), width);
+        ASSERT_EQ(want, got) << "block " << f;
       }
       std::vector<uint16_t> want = cols, got = cols;
       scalar.addColumns(src.data(), want.data(), width);

@@ -28,6 +28,28 @@ void AddColumns(uint8_t const* src, uint16_t* columns, int n) {
   }
 }
 
+// 32 pixels' left blocks lie within 32 of the first one's: one 64-byte window of the block row
+// and two byte permutes (VBMI) give a and b.
+void Expand(uint8_t const* blocks, int32_t const* left, uint16_t const* weight, uint16_t* out,
+            int n) {
+  int x = 0;
+  for (; x + 32 <= n; x += 32) {
+    __m512i const base = _mm512_set1_epi32(left[x]);
+    __m256i const rel = _mm256_inserti128_si256(
+        _mm256_castsi128_si256(_mm512_cvtepi32_epi8(_mm512_sub_epi32(_mm512_loadu_si512(left + x), base))),
+        _mm512_cvtepi32_epi8(_mm512_sub_epi32(_mm512_loadu_si512(left + x + 16), base)), 1);
+    __m512i const window = _mm512_loadu_si512(blocks + left[x]);
+    __m512i const index = _mm512_zextsi256_si512(rel);
+    __m512i const a16 = _mm512_cvtepu8_epi16(_mm512_castsi512_si256(_mm512_permutexvar_epi8(index, window)));
+    __m512i const b16 = _mm512_cvtepu8_epi16(_mm512_castsi512_si256(
+        _mm512_permutexvar_epi8(_mm512_add_epi8(index, _mm512_set1_epi8(1)), window)));
+    __m512i const e = _mm512_add_epi16(_mm512_slli_epi16(a16, 8),
+                                       _mm512_mullo_epi16(_mm512_sub_epi16(b16, a16), _mm512_loadu_si512(weight + x)));
+    _mm512_storeu_si512(out + x, e);
+  }
+  if (x < n) PaperKernelsAvx2().expand(blocks, left + x, weight + x, out + x, n - x);
+}
+
 inline __m512i Blend32(__m512i a, __m512i b, __m512i wa, __m512i wb) {
   __m512i const low = _mm512_set1_epi16(0xFF);
   __m512i const h = _mm512_add_epi16(_mm512_mullo_epi16(_mm512_srli_epi16(a, 8), wa),
@@ -76,7 +98,7 @@ void Decide(uint8_t const* src, uint8_t const* paper, uint8_t const cut[256], ui
 }  // namespace
 
 PaperKernels const& PaperKernelsAvx512() {
-  static PaperKernels const table = {AddColumns, Blend, Decide};
+  static PaperKernels const table = {AddColumns, Expand, Blend, Decide};
   return table;
 }
 

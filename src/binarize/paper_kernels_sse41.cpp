@@ -32,6 +32,30 @@ void AddColumns(uint8_t const* src, uint16_t* columns, int n) {
   if (x < n) PaperKernelsScalar().addColumns(src + x, columns + x, n - x);
 }
 
+// Sixteen pixels' left blocks lie within 16 of the first one's: two 16-byte windows of the
+// block row (from the first left block, and one further) and a byte shuffle give a and b.
+void Expand(uint8_t const* blocks, int32_t const* left, uint16_t const* weight, uint16_t* out,
+            int n) {
+  auto load = [](void const* p) { return _mm_loadu_si128(static_cast<__m128i const*>(p)); };
+  int x = 0;
+  for (; x + 16 <= n; x += 16) {
+    __m128i const base = _mm_set1_epi32(left[x]);
+    __m128i const rel = _mm_packus_epi16(
+        _mm_packs_epi32(_mm_sub_epi32(load(left + x), base), _mm_sub_epi32(load(left + x + 4), base)),
+        _mm_packs_epi32(_mm_sub_epi32(load(left + x + 8), base), _mm_sub_epi32(load(left + x + 12), base)));
+    __m128i const a = _mm_shuffle_epi8(load(blocks + left[x]), rel);
+    __m128i const b = _mm_shuffle_epi8(load(blocks + left[x] + 1), rel);
+    for (int half = 0; half < 2; ++half) {
+      __m128i const a16 = _mm_cvtepu8_epi16(half ? _mm_srli_si128(a, 8) : a);
+      __m128i const b16 = _mm_cvtepu8_epi16(half ? _mm_srli_si128(b, 8) : b);
+      __m128i const e = _mm_add_epi16(_mm_slli_epi16(a16, 8),
+                                      _mm_mullo_epi16(_mm_sub_epi16(b16, a16), load(weight + x + 8 * half)));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x + 8 * half), e);
+    }
+  }
+  if (x < n) PaperKernelsScalar().expand(blocks, left + x, weight + x, out + x, n - x);
+}
+
 inline __m128i Blend8(__m128i a, __m128i b, __m128i wa, __m128i wb) {
   __m128i const low = _mm_set1_epi16(0xFF);
   __m128i const h = _mm_add_epi16(_mm_mullo_epi16(_mm_srli_epi16(a, 8), wa),
@@ -79,7 +103,7 @@ void Decide(uint8_t const* src, uint8_t const* paper, uint8_t const cut[256], ui
 }  // namespace
 
 PaperKernels const& PaperKernelsSse41() {
-  static PaperKernels const table = {AddColumns, Blend, Decide};
+  static PaperKernels const table = {AddColumns, Expand, Blend, Decide};
   return table;
 }
 

@@ -9,12 +9,18 @@
 #include "morph/rect_morph.h"
 
 namespace quilp {
+namespace {
+
+// Bytes kept readable past the block grid for PaperKernels::expand.
+constexpr std::size_t kBlockRowSlack = 64;
+
+}  // namespace
 
 bool PaperSurface::BlockMeans(DibView const& grey) {
   std::vector<uint32_t> sums;
   std::vector<uint16_t> columns;
   try {
-    sums.assign(blocks_.size(), 0);
+    sums.assign(std::size_t(sw_) * std::size_t(sh_), 0);
     columns.assign(std::size_t(width_), 0);
   } catch (std::bad_alloc const&) {
     return false;
@@ -62,10 +68,9 @@ bool PaperSurface::Build(DibView const& grey, int window) {
   kernels_ = &PaperKernelsActive();
   std::size_t const n = std::size_t(sw_) * std::size_t(sh_);
   try {
-    blocks_.assign(n, 0);
-    work_.assign(n, 0);
+    blocks_.assign(n + kBlockRowSlack, 0);  // the expansion reads past a block row
+    work_.assign(n + kBlockRowSlack, 0);
     x0_.resize(std::size_t(width_));
-    runEnd_.assign(std::size_t(sw_), 0);
     wx_.resize(std::size_t(width_));
     expanded_[0].resize(std::size_t(width_));
     expanded_[1].resize(std::size_t(width_));
@@ -91,10 +96,9 @@ bool PaperSurface::Build(DibView const& grey, int window) {
     } else {
       int const i = pos / (2 * f_);
       x0_[x] = std::min(i, sw_ - 1);
-      wx_[x] = i >= sw_ - 1 ? 0 : (pos - 2 * f_ * i) * 256 / (2 * f_);
+      wx_[x] = static_cast<uint16_t>(i >= sw_ - 1 ? 0 : (pos - 2 * f_ * i) * 256 / (2 * f_));
     }
   }
-  for (int x = 0; x < width_; ++x) runEnd_[x0_[x]] = x + 1;  // left centres never decrease
   return true;
 }
 
@@ -105,16 +109,10 @@ uint16_t const* PaperSurface::Expanded(int i, int keep) {
   for (int k = 0; k < 2; ++k)
     if (expandedRow_[k] == i) return expanded_[k].data();
   int const k = expandedRow_[0] == keep ? 1 : 0;
-  uint8_t const* a = &blocks_[std::size_t(i) * std::size_t(sw_)];
-  uint16_t* e = expanded_[k].data();
-  // a[j] (256 - t) + a[j + 1] t, run by run of the pixels whose left centre is block j (the
-  // last block's pixels have t = 0 and need no right neighbour).
-  for (int j = 0, x = 0; j < sw_; ++j) {
-    int const base = a[j] * 256, rise = j + 1 < sw_ ? a[j + 1] - a[j] : 0;
-    for (int const end = runEnd_[j]; x < end; ++x) e[x] = static_cast<uint16_t>(base + rise * wx_[x]);
-  }
+  kernels_->expand(&blocks_[std::size_t(i) * std::size_t(sw_)], x0_.data(), wx_.data(),
+                   expanded_[k].data(), width_);
   expandedRow_[k] = i;
-  return e;
+  return expanded_[k].data();
 }
 
 void PaperSurface::Row(int y, uint8_t* out) {

@@ -46,8 +46,8 @@ class PaperSurface {
   int f_ = 1, sw_ = 0, sh_ = 0, width_ = 0;
   PaperKernels const* kernels_ = nullptr;
   std::vector<uint8_t> blocks_, work_;
-  std::vector<int> x0_, wx_;  // per pixel: left block centre and weight (0..256)
-  std::vector<int> runEnd_;   // per block: one past the last pixel whose left centre it is
+  std::vector<int32_t> x0_;  // per pixel: left block centre
+  std::vector<uint16_t> wx_;  // per pixel: weight of the right one (0..255)
   // Two expanded block rows, kept while the rows between their centres are asked for.
   std::vector<uint16_t> expanded_[2];
   int expandedRow_[2] = {-1, -1};
