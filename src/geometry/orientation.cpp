@@ -111,26 +111,38 @@ FrameScore ScoreFrame(GreyImage const& g, int threshold, int dpiOfSmall) {
   int const stripWidth = std::max(32, kStripInches * dpiOfSmall);
   int const strips = std::max(1, (g.width + stripWidth / 2) / stripWidth);
   int const pad = int(std::ceil(std::fabs(slope) * (g.width / strips + 1))) + 1;
-  std::vector<std::vector<double>> profiles(std::size_t(strips),
-                                            std::vector<double>(std::size_t(g.height + 2 * pad)));
-  // Per column: its strip and how far its lines have dropped at the strip's centre.
-  std::vector<int> stripOf(std::size_t(g.width));
-  std::vector<double> drop(std::size_t(g.width));
+  int const bins = g.height + 2 * pad;
+  // A pixel at (x, y) lands in bin floor(y - drop(x) + 0.5) = y + floor(0.5 - drop(x)): a whole
+  // shift per column. Neighbouring columns of one strip share it over runs of about 1 / slope
+  // columns, so each row adds one count of ink per run instead of one per pixel.
+  struct Run {
+    int x0, x1, strip, shift;
+  };
+  std::vector<Run> runs;
   for (int x = 0; x < g.width; ++x) {
     int const strip = std::min(strips - 1, int(int64_t(x) * strips / g.width));
     double const centre = (strip + 0.5) * g.width / strips;
-    stripOf[std::size_t(x)] = strip;
-    drop[std::size_t(x)] = slope * (x - centre);
+    int const shift = int(std::floor(0.5 - slope * (x - centre))) + pad;
+    if (runs.empty() || runs.back().strip != strip || runs.back().shift != shift)
+      runs.push_back(Run{x, x + 1, strip, shift});
+    else
+      runs.back().x1 = x + 1;
   }
+  std::vector<uint32_t> counts(std::size_t(strips) * std::size_t(bins), 0u);
   for (int y = 0; y < g.height; ++y) {
     uint8_t const* row = g.Row(y);
-    for (int x = 0; x < g.width; ++x) {
-      if (row[x] >= threshold) continue;
-      // The row this pixel's line crosses the strip's centre at.
-      int const bin = int(std::floor(y - drop[std::size_t(x)] + 0.5)) + pad;
-      if (bin >= 0 && bin < g.height + 2 * pad) profiles[std::size_t(stripOf[std::size_t(x)])][std::size_t(bin)] += 1.0;
-      ++s.ink;
+    for (Run const& r : runs) {
+      uint32_t n = 0;
+      for (int x = r.x0; x < r.x1; ++x) n += row[x] < threshold ? 1u : 0u;
+      int const bin = y + r.shift;
+      if (bin >= 0 && bin < bins) counts[std::size_t(r.strip) * std::size_t(bins) + std::size_t(bin)] += n;
+      s.ink += long(n);
     }
+  }
+  std::vector<std::vector<double>> profiles(static_cast<std::size_t>(strips));
+  for (int k = 0; k < strips; ++k) {
+    auto const first = counts.begin() + std::ptrdiff_t(k) * bins;
+    profiles[std::size_t(k)].assign(first, first + bins);
   }
   for (auto const& p : profiles) ScoreProfile(p, s);
   return s;
