@@ -31,6 +31,7 @@ namespace quilp {
 namespace {
 
 constexpr int kWorkDpi = 150;           // resolution of the small image
+constexpr int kHalveSkewDpi = 120;     // skew measured at half this resolution and above
 constexpr int kStripInches = 2;         // width of a profile strip
 constexpr double kCoreShare = 0.5;      // core rows: at least this share of the line's peak
 constexpr double kLineShare = 0.08;     // line rows: above this share of the strip's peak
@@ -65,10 +66,12 @@ int OtsuOf(GreyImage const& g) {
 
 // Lines of one strip's profile: ink above and below the cores, summed into s.
 void ScoreProfile(std::vector<double> const& p, FrameScore& s) {
+  // The floor is the lower quartile of the bins (the gaps between lines), the peak the top.
   std::vector<double> sorted(p);
-  std::sort(sorted.begin(), sorted.end());
-  double const floor = sorted[sorted.size() / 4];
-  double const peak = sorted.back() - floor;
+  auto const quartile = sorted.begin() + std::ptrdiff_t(sorted.size() / 4);
+  std::nth_element(sorted.begin(), quartile, sorted.end());
+  double const floor = *quartile;
+  double const peak = *std::max_element(quartile, sorted.end()) - floor;
   if (peak < 3.0) return;
   // Contrast of the text block's bins (first line row to last): variance over squared mean.
   double const lineLevel = kLineShare * peak;
@@ -103,49 +106,120 @@ void ScoreProfile(std::vector<double> const& p, FrameScore& s) {
   }
 }
 
-FrameScore ScoreFrame(GreyImage const& g, int threshold, int dpiOfSmall) {
-  FrameScore s;
-  double angle = 0.0;
-  if (!HoughSkewOf(g, angle)) angle = 0.0;
-  double const slope = std::tan(angle);
-  int const stripWidth = std::max(32, kStripInches * dpiOfSmall);
-  int const strips = std::max(1, (g.width + stripWidth / 2) / stripWidth);
-  int const pad = int(std::ceil(std::fabs(slope) * (g.width / strips + 1))) + 1;
-  int const bins = g.height + 2 * pad;
-  // A pixel at (x, y) lands in bin floor(y - drop(x) + 0.5) = y + floor(0.5 - drop(x)): a whole
-  // shift per column. Neighbouring columns of one strip share it over runs of about 1 / slope
-  // columns, so each row adds one count of ink per run instead of one per pixel.
+// The profile strips of a frame `width` x `height` whose lines drop by `slope` rows a column:
+// strips about kStripInches wide, and per column the whole shift that takes a pixel to the
+// bin of the row its line crosses the strip's centre at. A pixel at (x, y) lands in bin
+// floor(y - drop(x) + 0.5) = y + floor(0.5 - drop(x)), so the shift is one number per column.
+struct Strips {
+  int count = 1, pad = 1, bins = 0, width = 0;
+  double slope = 0.0;
+  Strips(int frameWidth, int frameHeight, double lineSlope, int dpiOfSmall)
+      : width(frameWidth), slope(lineSlope) {
+    int const stripWidth = std::max(32, kStripInches * dpiOfSmall);
+    count = std::max(1, (width + stripWidth / 2) / stripWidth);
+    pad = int(std::ceil(std::fabs(slope) * (width / count + 1))) + 1;
+    bins = frameHeight + 2 * pad;
+  }
+  int Of(int x) const { return std::min(count - 1, int(int64_t(x) * count / width)); }
+  int Shift(int x) const {
+    double const centre = (Of(x) + 0.5) * width / count;
+    return int(std::floor(0.5 - slope * (x - centre))) + pad;
+  }
+};
+
+// Frame as it is: each row adds its ink to the bins of its runs of columns that share a strip
+// and a shift (about 1 / slope columns long), one count per run.
+void ProjectRows(GreyImage const& g, int threshold, Strips const& st, std::vector<uint32_t>& counts, long& ink) {
   struct Run {
     int x0, x1, strip, shift;
   };
   std::vector<Run> runs;
   for (int x = 0; x < g.width; ++x) {
-    int const strip = std::min(strips - 1, int(int64_t(x) * strips / g.width));
-    double const centre = (strip + 0.5) * g.width / strips;
-    int const shift = int(std::floor(0.5 - slope * (x - centre))) + pad;
+    int const strip = st.Of(x), shift = st.Shift(x);
     if (runs.empty() || runs.back().strip != strip || runs.back().shift != shift)
       runs.push_back(Run{x, x + 1, strip, shift});
     else
       runs.back().x1 = x + 1;
   }
-  std::vector<uint32_t> counts(std::size_t(strips) * std::size_t(bins), 0u);
   for (int y = 0; y < g.height; ++y) {
     uint8_t const* row = g.Row(y);
     for (Run const& r : runs) {
       uint32_t n = 0;
       for (int x = r.x0; x < r.x1; ++x) n += row[x] < threshold ? 1u : 0u;
       int const bin = y + r.shift;
-      if (bin >= 0 && bin < bins) counts[std::size_t(r.strip) * std::size_t(bins) + std::size_t(bin)] += n;
-      s.ink += long(n);
+      if (bin >= 0 && bin < st.bins) counts[std::size_t(r.strip) * std::size_t(st.bins) + std::size_t(bin)] += n;
+      ink += long(n);
     }
   }
-  std::vector<std::vector<double>> profiles(static_cast<std::size_t>(strips));
-  for (int k = 0; k < strips; ++k) {
-    auto const first = counts.begin() + std::ptrdiff_t(k) * bins;
-    profiles[std::size_t(k)].assign(first, first + bins);
+}
+
+// Frame turned a quarter clockwise, read from the unturned image: its pixel (x, y) sits at
+// (H-1-y, x) of the turned frame, so the whole row y lies in one column of that frame and
+// adds its ink to consecutive bins of one strip, from the column's shift on.
+void ProjectColumns(GreyImage const& g, int threshold, Strips const& st, std::vector<uint32_t>& counts, long& ink) {
+  for (int y = 0; y < g.height; ++y) {
+    uint8_t const* row = g.Row(y);
+    int const column = g.height - 1 - y, shift = st.Shift(column);
+    uint32_t* bin = counts.data() + std::size_t(st.Of(column)) * std::size_t(st.bins);
+    // Bins shift .. shift + W - 1, cut to the profile (they always fit: |drop| < pad).
+    int const x0 = std::max(0, -shift), x1 = std::min(g.width, st.bins - shift);
+    uint32_t n = 0;
+    for (int x = x0; x < x1; ++x) {
+      uint32_t const dark = row[x] < threshold ? 1u : 0u;
+      bin[shift + x] += dark;
+      n += dark;
+    }
+    for (int x = 0; x < x0; ++x) n += row[x] < threshold ? 1u : 0u;
+    for (int x = std::max(x0, x1); x < g.width; ++x) n += row[x] < threshold ? 1u : 0u;
+    ink += long(n);
   }
-  for (auto const& p : profiles) ScoreProfile(p, s);
+}
+
+// The frame's score: its ink projected along lines of the measured skew, per strip.
+FrameScore ScoreFrame(GreyImage const& g, bool turned, double angle, int threshold, int dpiOfSmall) {
+  FrameScore s;
+  Strips const st(turned ? g.height : g.width, turned ? g.width : g.height, std::tan(angle), dpiOfSmall);
+  std::vector<uint32_t> counts(std::size_t(st.count) * std::size_t(st.bins), 0u);
+  if (turned)
+    ProjectColumns(g, threshold, st, counts, s.ink);
+  else
+    ProjectRows(g, threshold, st, counts, s.ink);
+  std::vector<double> profile;
+  for (int k = 0; k < st.count; ++k) {
+    auto const first = counts.begin() + std::ptrdiff_t(k) * st.bins;
+    profile.assign(first, first + st.bins);
+    ScoreProfile(profile, s);
+  }
   return s;
+}
+
+// The image halved by 2 x 2 block means, blocks cut at the right and bottom edges: the
+// rounded mean of each block's pixels (ReducedGrey's rule for a factor of 2, without its
+// division per pixel).
+void Halve(GreyImage const& g, GreyImage& out) {
+  out.width = (g.width + 1) / 2;
+  out.height = (g.height + 1) / 2;
+  out.pixels.resize(std::size_t(out.width) * std::size_t(out.height));
+  int const pairs = g.width / 2;
+  for (int y = 0; y < out.height; ++y) {
+    uint8_t const* a = g.Row(2 * y);
+    uint8_t const* b = 2 * y + 1 < g.height ? g.Row(2 * y + 1) : nullptr;
+    uint8_t* o = out.Row(y);
+    if (b) {
+      for (int x = 0; x < pairs; ++x)
+        o[x] = uint8_t((a[2 * x] + a[2 * x + 1] + b[2 * x] + b[2 * x + 1] + 2) >> 2);
+      if (pairs < out.width) o[pairs] = uint8_t((a[2 * pairs] + b[2 * pairs] + 1) >> 1);
+    } else {
+      for (int x = 0; x < pairs; ++x) o[x] = uint8_t((a[2 * x] + a[2 * x + 1] + 1) >> 1);
+      if (pairs < out.width) o[pairs] = a[2 * pairs];
+    }
+  }
+}
+
+// The skew of a frame's lines (0 when it cannot be measured).
+double SkewOf(GreyImage const& g) {
+  double angle = 0.0;
+  return HoughSkewOf(g, angle) ? angle : 0.0;
 }
 
 }  // namespace
@@ -159,14 +233,21 @@ int DominantOrientation(DibView const& src, int bitsPerPixel, int dpi, int& conf
   try {
     GreyImage upright;
     if (!ReducedGrey(src, bitsPerPixel, factor, upright)) return -2;
+    // The skew of each frame is measured on a copy halved again when the small image is fine
+    // enough (a quarter of the pixels: the Hough transform is most of the cost), and the
+    // quarter turn is made of that copy only; the profiles read the small image itself.
+    GreyImage halved;
+    bool const halve = smallDpi >= kHalveSkewDpi;
+    if (halve) Halve(upright, halved);
+    GreyImage& skewed = halve ? halved : upright;
     GreyImage turned;
-    turned.width = upright.height;
-    turned.height = upright.width;
-    turned.pixels.resize(upright.pixels.size());
-    QuarterTurn(turned.View(), upright.View(), 8, 1);
+    turned.width = skewed.height;
+    turned.height = skewed.width;
+    turned.pixels.resize(skewed.pixels.size());
+    QuarterTurn(turned.View(), skewed.View(), 8, 1);
     int const threshold = OtsuOf(upright);  // the same pixels in both frames
-    FrameScore const a = ScoreFrame(upright, threshold, smallDpi);
-    FrameScore const b = ScoreFrame(turned, threshold, smallDpi);
+    FrameScore const a = ScoreFrame(upright, false, SkewOf(skewed), threshold, smallDpi);
+    FrameScore const b = ScoreFrame(upright, true, SkewOf(turned), threshold, smallDpi);
     double const ca = a.weight > 0.0 ? a.contrast / a.weight : 0.0;
     double const cb = b.weight > 0.0 ? b.contrast / b.weight : 0.0;
     bool const sideways = cb > ca;
