@@ -373,6 +373,29 @@ TEST(Orientation, RealTextAtEveryTurn) {
     EXPECT_GT(confidence, 0) << name;
     DibPtr upright(DibRotateBy90(page.get(), want, nullptr));
     EXPECT_EQ(DibDetectDominantOrientation(upright.get(), nullptr, nullptr), 0) << name;
+    // The same pixels give the same answer however they are held: grey (read in place) or
+    // colour (reduced to grey), bottom-up or top-down, alone or cut out of a larger page.
+    for (int depth : {8, 24})
+      for (int direction : {DibDirectionBottomUp, DibDirectionTopDown}) {
+        DibInfo* deep = nullptr;
+        ASSERT_GE(DibConvertDepthEx(deep, page.get(), depth, 0, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), 0);
+        DibPtr held(deep);
+        DibInfo* stored = nullptr;
+        ASSERT_GE(DibCanonize(stored, held.get(), direction, 0, nullptr, nullptr), 0);
+        held.reset(stored);
+        int c = -1;
+        EXPECT_EQ(DibDetectDominantOrientation(held.get(), &c, nullptr), want) << name << " " << depth;
+        EXPECT_EQ(c, confidence) << name << " " << depth << " bits, direction " << direction;
+        DibPtr larger(DibCreate(held->Width() + 20, direction == DibDirectionTopDown ? -(held->Height() + 9) : held->Height() + 9,
+                                held->XPelsPerMeter(), held->YPelsPerMeter(), depth));
+        std::memset(larger->BitsPtr(), 255, std::size_t(larger->ByteWidth()) * std::size_t(larger->Height()));
+        DibInfo* into = larger.get();
+        tagPoint32 const at = {13, 5};
+        ASSERT_EQ(DibCopyZoneEx(into, held.get(), 0, nullptr, nullptr, nullptr, &at), 0);
+        tagRect32 area = {13, 5, 12 + held->Width(), 4 + held->Height()};
+        EXPECT_EQ(DibDetectDominantOrientation(larger.get(), &c, &area), want) << name;
+        EXPECT_EQ(c, confidence) << name << " cut out, " << depth << " bits";
+      }
     ++seen;
   }
   std::fclose(manifest);

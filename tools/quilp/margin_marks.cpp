@@ -5,17 +5,20 @@
 // does not reach the sheet's edge, so every dark 8-connected region touching it is border. A
 // punch hole is a dark region lying in the outer band of the page (an inch, at most a fifth of
 // the side), 4 to 10 mm across, about as tall as wide and filling at least 60 % of its box (a
-// disc fills 79 %, a letter much less). Each region is flood-filled once with an explicit stack
-// over a byte map of visited pixels, so the cost is a read of the edges and margin bands plus
-// the dark pixels of the regions met; the marks found are then grown by a 50th of an inch with
-// the library's maximum filter so their grey fringes go too.
+// disc fills 79 %, a letter much less).
+// Each region is filled once by runs (a run of dark pixels is taken whole, and the rows above
+// and below it are searched for the runs touching it), over a byte map of visited pixels; the
+// band is searched eight pixels at a time for dark ones. The cost is a read of the edges and
+// margin bands plus a few operations per dark pixel of the regions met. The marks are grown by
+// a 50th of an inch (a square around each pixel) so their grey fringes go too: each run becomes
+// a rectangle, and the rectangles are merged row by row into the cover, so clearing is a fill
+// of runs.
 #include "quilp/margin_marks.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
-#include <vector>
 
 namespace quilp_cli {
 namespace {
@@ -24,6 +27,7 @@ constexpr double kDarkShareOfPaper = 0.45;
 constexpr double kMmPerInch = 25.4;
 constexpr double kHoleMinMm = 4.0, kHoleMaxMm = 10.0;
 constexpr double kHoleMinFill = 0.60;
+constexpr int kGrowPerInch = 50;
 
 struct Region {
   int left, top, right, bottom;
@@ -33,49 +37,70 @@ struct Region {
 class DarkRegions {
  public:
   DarkRegions(DibInfo const* grey, int threshold)
-      : w_(grey->Width()), h_(grey->Height()), threshold_(threshold), state_(std::size_t(w_) * h_, 0) {
+      : w_(grey->Width()), h_(grey->Height()), threshold_(threshold), visited_(std::size_t(w_) * std::size_t(h_), 0) {
     rows_.reserve(std::size_t(h_));
     for (int y = 0; y < h_; ++y) rows_.push_back(grey->GetLine(y));
   }
 
-  bool Dark(int x, int y) const { return rows_[std::size_t(y)][x] < threshold_; }
-  bool Fresh(int x, int y) const { return state_[Index(x, y)] == 0 && Dark(x, y); }
+  bool Fresh(int x, int y) const { return rows_[std::size_t(y)][x] < threshold_ && !Visited(x, y); }
 
-  // Floods the dark region holding (x, y), marking it visited; its pixels go to `pixels`.
-  Region Flood(int x, int y, std::vector<uint32_t>& pixels) {
-    pixels.clear();
-    Region r{x, y, x, y, 0};
-    state_[Index(x, y)] = 1;
-    stack_.assign(1, Index(x, y));
-    while (!stack_.empty()) {
-      uint32_t const i = stack_.back();
-      stack_.pop_back();
-      pixels.push_back(i);
-      int const px = int(i % uint32_t(w_)), py = int(i / uint32_t(w_));
-      r.left = std::min(r.left, px);
-      r.right = std::max(r.right, px);
-      r.top = std::min(r.top, py);
-      r.bottom = std::max(r.bottom, py);
-      for (int dy = -1; dy <= 1; ++dy)
-        for (int dx = -1; dx <= 1; ++dx) {
-          int const nx = px + dx, ny = py + dy;
-          if (nx < 0 || ny < 0 || nx >= w_ || ny >= h_ || !Fresh(nx, ny)) continue;
-          state_[Index(nx, ny)] = 1;
-          stack_.push_back(Index(nx, ny));
-        }
+  // The first x in [x, end) of row y that is dark, or end; eight pixels a step while none is.
+  int NextDark(int x, int end, int y) const {
+    unsigned char const* row = rows_[std::size_t(y)];
+    if (threshold_ <= 128) {
+      // A byte b is below t (t <= 128) when b - t borrows into its high bit and b's own high
+      // bit is clear.
+      uint64_t const ones = ~uint64_t(0) / 255, below = ones * uint64_t(threshold_), highs = ones * 0x80;
+      for (; x + 8 <= end; x += 8) {
+        uint64_t word;
+        std::memcpy(&word, row + x, 8);
+        if ((word - below) & ~word & highs) break;
+      }
     }
-    r.count = pixels.size();
+    while (x < end && row[x] >= threshold_) ++x;
+    return x;
+  }
+
+  // Fills the dark region holding (x, y), marking it visited; its runs go to `runs`.
+  Region Flood(int x, int y, std::vector<MarkRun>& runs) {
+    runs.clear();
+    Region r{x, y, x, y, 0};
+    seeds_.assign(1, {x, y});
+    while (!seeds_.empty()) {
+      auto const [sx, sy] = seeds_.back();
+      seeds_.pop_back();
+      if (Visited(sx, sy)) continue;  // taken by a run filled since it was found
+      int x0 = sx, x1 = sx + 1;
+      while (x0 > 0 && Fresh(x0 - 1, sy)) --x0;
+      while (x1 < w_ && Fresh(x1, sy)) ++x1;
+      std::memset(&visited_[Index(x0, sy)], 1, std::size_t(x1 - x0));
+      runs.push_back({sy, x0, x1});
+      r.left = std::min(r.left, x0);
+      r.right = std::max(r.right, x1 - 1);
+      r.top = std::min(r.top, sy);
+      r.bottom = std::max(r.bottom, sy);
+      r.count += std::size_t(x1 - x0);
+      // 8-connected: the rows above and below touch the run from x0 - 1 to x1.
+      for (int ny : {sy - 1, sy + 1}) {
+        if (ny < 0 || ny >= h_) continue;
+        for (int nx = std::max(0, x0 - 1); nx <= std::min(w_ - 1, x1); ++nx) {
+          if (!Fresh(nx, ny)) continue;
+          seeds_.push_back({nx, ny});
+          while (nx + 1 < w_ && Fresh(nx + 1, ny)) ++nx;  // one seed per run
+        }
+      }
+    }
     return r;
   }
 
-  uint32_t Index(int x, int y) const { return uint32_t(y) * uint32_t(w_) + uint32_t(x); }
-  int Width() const { return w_; }
-
  private:
+  std::size_t Index(int x, int y) const { return std::size_t(y) * std::size_t(w_) + std::size_t(x); }
+  bool Visited(int x, int y) const { return visited_[Index(x, y)] != 0; }
+
   std::vector<unsigned char const*> rows_;
   int w_, h_, threshold_;
-  std::vector<uint8_t> state_;
-  std::vector<uint32_t> stack_;
+  std::vector<uint8_t> visited_;
+  std::vector<std::pair<int, int>> seeds_;
 };
 
 // The 90th percentile of the levels of every fourth pixel of every fourth row.
@@ -100,71 +125,82 @@ bool LooksLikeHole(Region const& r, double dpi) {
          double(r.count) >= kHoleMinFill * w * h;
 }
 
+// The runs grown by `grow` pixels every way (cut to the w x h image) and merged: disjoint,
+// in row order, left to right.
+std::vector<MarkRun> Grown(std::vector<MarkRun> const& runs, int grow, int w, int h) {
+  std::vector<std::size_t> start(std::size_t(h) + 1, 0);  // grown runs bucketed by row
+  for (MarkRun const& r : runs)
+    for (int y = std::max(0, r.y - grow); y <= std::min(h - 1, r.y + grow); ++y) ++start[std::size_t(y) + 1];
+  for (std::size_t y = 0; y < std::size_t(h); ++y) start[y + 1] += start[y];
+  std::vector<std::pair<int, int>> spans(start.back());
+  std::vector<std::size_t> next(start.begin(), start.end() - 1);
+  for (MarkRun const& r : runs)
+    for (int y = std::max(0, r.y - grow); y <= std::min(h - 1, r.y + grow); ++y)
+      spans[next[std::size_t(y)]++] = {std::max(0, r.x0 - grow), std::min(w, r.x1 + grow)};
+  std::vector<MarkRun> cover;
+  for (int y = 0; y < h; ++y) {
+    auto const first = spans.begin() + std::ptrdiff_t(start[std::size_t(y)]);
+    auto const last = spans.begin() + std::ptrdiff_t(start[std::size_t(y) + 1]);
+    std::sort(first, last);
+    for (auto s = first; s != last; ++s) {
+      if (!cover.empty() && cover.back().y == y && s->first <= cover.back().x1)
+        cover.back().x1 = std::max(cover.back().x1, s->second);
+      else
+        cover.push_back({y, s->first, s->second});
+    }
+  }
+  return cover;
+}
+
 }  // namespace
 
 MarginMarks FindMarginMarks(DibInfo const* grey, double dpi) {
   MarginMarks marks;
   int const w = grey->Width(), h = grey->Height();
+  if (w < 1 || h < 1) return marks;
   if (dpi <= 0) dpi = 300;
   DarkRegions regions(grey, int(PaperLevel(grey) * kDarkShareOfPaper));
-  std::vector<uint32_t> pixels, marked;
+  std::vector<MarkRun> runs, marked;
   // Border: every dark region that touches the edge.
   auto border = [&](int x, int y) {
     if (!regions.Fresh(x, y)) return;
-    regions.Flood(x, y, pixels);
-    marks.borderPixels += int(pixels.size());
-    marked.insert(marked.end(), pixels.begin(), pixels.end());
+    marks.borderPixels += int(regions.Flood(x, y, runs).count);
+    marked.insert(marked.end(), runs.begin(), runs.end());
   };
   for (int x = 0; x < w; ++x) border(x, 0), border(x, h - 1);
   for (int y = 0; y < h; ++y) border(0, y), border(w - 1, y);
-  // Holes: round blots in the outer bands.
+  // Holes: round blots met in the outer bands.
   int const bandX = std::min(int(dpi), w / 5), bandY = std::min(int(dpi), h / 5);
-  for (int y = 0; y < h; ++y) {
-    bool const rowInBand = y < bandY || y >= h - bandY;
-    for (int x = 0; x < w; ++x) {
-      if (!rowInBand && x == bandX) x = std::max(x, w - bandX);
-      if (x >= w || !regions.Fresh(x, y)) continue;
-      Region const r = regions.Flood(x, y, pixels);
+  auto holes = [&](int y, int x, int end) {
+    for (x = regions.NextDark(x, end, y); x < end; x = regions.NextDark(x + 1, end, y)) {
+      if (!regions.Fresh(x, y)) continue;
+      Region const r = regions.Flood(x, y, runs);
       if (!LooksLikeHole(r, dpi)) continue;
       ++marks.holes;
-      marked.insert(marked.end(), pixels.begin(), pixels.end());
+      marked.insert(marked.end(), runs.begin(), runs.end());
+    }
+  };
+  for (int y = 0; y < h; ++y) {
+    if (y < bandY || y >= h - bandY || bandX >= w - bandX) {
+      holes(y, 0, w);
+    } else {
+      holes(y, 0, bandX);
+      holes(y, w - bandX, w);
     }
   }
-  if (marked.empty()) return marks;
-  Dib mask(DibCreate(w, h, grey->XPelsPerMeter(), grey->YPelsPerMeter(), 8));
-  if (!mask) return marks;
-  for (uint32_t i : marked) mask->GetLine(int(i / uint32_t(w)))[i % uint32_t(w)] = 255;
-  int const grow = std::max(1, int(dpi / 50)) * 2 + 1;
-  DibInfo* grown = nullptr;
-  if (DibFilterGreyEx(grown, mask.get(), 259, 0, grow, grow, 0, nullptr, nullptr, nullptr) == 0)
-    mask.reset(grown);
-  marks.mask = std::move(mask);
+  if (!marked.empty()) marks.cover = Grown(marked, std::max(1, int(dpi / kGrowPerInch)), w, h);
   return marks;
 }
 
 void ClearMarks(DibInfo* image, MarginMarks const& marks, int factor) {
-  DibInfo const* mask = marks.mask.get();
-  if (!mask || factor < 1) return;
-  int const bytes = image->BitsPerPixel() / 8, w = image->Width(), h = image->Height();
-  int const mw = mask->Width(), mh = mask->Height();
-  std::vector<std::pair<int, int>> runs;  // a mask row's marked runs, in image columns
-  for (int my = 0; my < mh && my * factor < h; ++my) {
-    unsigned char const* m = mask->GetLine(my);
-    runs.clear();
-    for (int x = 0; x < mw; ++x) {
-      uint64_t eight = 0;  // most of a mask row is clear: skip it eight bytes at a time
-      while (x + 8 <= mw && (std::memcpy(&eight, m + x, 8), eight == 0)) x += 8;
-      if (x >= mw) break;
-      if (!m[x]) continue;
-      int end = x;
-      while (end < mw && m[end]) ++end;
-      runs.emplace_back(std::min(w, x * factor), std::min(w, end * factor));
-      x = end;
-    }
-    for (int y = my * factor; y < std::min(h, (my + 1) * factor); ++y)
-      for (auto const& run : runs)
-        std::memset(image->GetLine(y) + std::size_t(run.first) * std::size_t(bytes), 255,
-                    std::size_t(run.second - run.first) * std::size_t(bytes));
+  if (factor < 1) return;
+  std::size_t const bytes = std::size_t(image->BitsPerPixel() / 8);
+  int const w = image->Width(), h = image->Height();
+  for (MarkRun const& r : marks.cover) {
+    int64_t const x0 = std::min<int64_t>(w, int64_t(r.x0) * factor), x1 = std::min<int64_t>(w, int64_t(r.x1) * factor);
+    int64_t const y1 = std::min<int64_t>(h, (int64_t(r.y) + 1) * factor);
+    for (int64_t y = int64_t(r.y) * factor; y < y1; ++y)
+      std::memset(image->GetLine(int(y)) + std::size_t(x0) * bytes, 255, std::size_t(x1 - x0) * bytes);
   }
 }
 
