@@ -93,18 +93,6 @@ TEST(FlowControl, TargetChecksAndPlacement) {
     CDibFlowControl f;
     DibPlane s, d;
     f.AddSource(&s, src.get(), 24, nullptr);
-    DibInfo* target = nullptr;
-    tagPoint32 negative{-1, 5};
-    ASSERT_EQ(f.AddTarget(&d, target, 24, &negative), 0);  // treated as (0, 0)
-    EXPECT_EQ(target->Width(), 6);
-    EXPECT_EQ(target->Height(), 4);
-    f.SetSuccess(true);
-    DibFree(target);
-  }
-  {
-    CDibFlowControl f;
-    DibPlane s, d;
-    f.AddSource(&s, src.get(), 24, nullptr);
     DibPtr small = RandomDib(7, 4, 24, false, 5);
     DibInfo* target = small.get();
     tagPoint32 at{2, 0};

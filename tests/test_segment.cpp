@@ -204,7 +204,10 @@ TEST(Segment, CountsBeyondCapacityAndRefusesBadArguments) {
   EXPECT_EQ(DibWaterSegment(grey.get(), 256, nullptr, nullptr), nullptr);
 }
 
-TEST(Segment, TinyAndEmptyPages) {
+TEST(Segment, TinyEmptyAndRuledGridPages) {
+  Drawing grid;  // 4 x 3 cells ruled by 2-pixel lines: one table
+  for (int i = 0; i <= 4; ++i) grid.Fill(Rect{300 + 100 * i, 400, 301 + 100 * i, 581});
+  for (int j = 0; j <= 3; ++j) grid.Fill(Rect{300, 400 + 60 * j, 701, 401 + 60 * j});
   for (int depth : {1, 8, 24}) {
     SCOPED_TRACE(depth);
     DibPtr dot(DibCreate(1, 1, 0, 0, depth));  // black
@@ -213,6 +216,9 @@ TEST(Segment, TinyAndEmptyPages) {
     EXPECT_GE(DibSegmentLev1Hier(dot.get(), nullptr, 0, nullptr), 0);
     EXPECT_EQ(DibSegmentLev1Hier(blank.get(), nullptr, 0, nullptr), 0);
     EXPECT_EQ(DibPreSegment(blank.get(), nullptr, 0, nullptr), 0);
+    std::vector<SDibZone> const table = Segment(grid.Page(depth, depth == 8).get(), false);
+    ASSERT_EQ(table.size(), 1u);
+    EXPECT_EQ(table[0].kind, 4);
   }
 }
 
