@@ -97,16 +97,6 @@ TEST(Record, RowMappingFollowsTheSignOfTheHeight) {
   EXPECT_EQ(empty->GetLine(0), nullptr);
 }
 
-TEST(Record, AssignmentCopiesTheHeaderOnly) {
-  DibPtr a = RandomDib(4, 4, 8, false, 2), b = RandomDib(4, 4, 8, true, 3);
-  std::vector<uint8_t> pixels(a->BitsPtr(), a->BitsPtr() + a->biSizeImage);
-  a->PalPtr()[7].rgbRed = 1;
-  *a = *b;
-  EXPECT_EQ(a->biHeight, -4);
-  EXPECT_EQ(a->PalPtr()[7].rgbRed, 1);
-  EXPECT_EQ(std::memcmp(pixels.data(), a->BitsPtr(), pixels.size()), 0);
-}
-
 TEST(Record, FreeRefusesWhatIsNotALiveRecord) {
   DibInfo* none = nullptr;
   EXPECT_FALSE(DibFree(none));
