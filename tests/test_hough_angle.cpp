@@ -108,10 +108,6 @@ TEST(FadeBorders, MatchesTheFormulaAndTheUncopiedForm) {
     for (int y = 0; y < c.h; ++y)
       for (int x = 0; x < c.w; ++x) ASSERT_EQ(Px(src.get(), x, y), want[std::size_t(y)][std::size_t(x)]);
   }
-  // Height 10: one row at each edge becomes the background level (which is 0 for k = 1).
-  DibPtr ten = RandomDib(6, 10, 8, false, 9);
-  ASSERT_TRUE(quilp::DibFadeBorders(quilp::MakeView(ten.get()), quilp::MakeView(ten.get()), 200, 0.1, nullptr));
-  for (int x = 0; x < 6; ++x) EXPECT_TRUE(Px(ten.get(), x, 0) == 0 && Px(ten.get(), x, 9) == 0);
   // A given background; a destination too small.
   DibPtr src = RandomDib(8, 40, 8, false, 10), dst = RandomDib(8, 40, 8, false, 11);
   int const level = 77;
