@@ -139,6 +139,7 @@ TEST(AdaptiveBinarize, KeyedFormWritesThePlainResultAtAnyBitOffset) {
   struct Case { int method, p1, p2; DibInfo* plain; };
   SDibBinarizeSetup const sauvola{4, 1, 15, 40, 100};
   Case const cases[] = {
+      {0, 120, 0, DibBinarizeSimple(page.get(), 120, false, &rect)},
       {4, 15, 40, DibBinarizeCommon(page.get(), sauvola, &rect)},
       {5, 9, 0, DibBinarizeNiGlob(page.get(), 1, 9, 0, &rect)},
       {6, 21, 45, DibBinarizeStat(page.get(), 21, 45, &rect)},

@@ -96,27 +96,6 @@ TEST(BinarizeEx, ColourSourcesAndTheClampingRule) {
   EXPECT_EQ(DibBinarizeEx(none, black.get(), 2, 0, 0, 0, nullptr, nullptr, nullptr, nullptr), -2);
 }
 
-TEST(BinarizeEx, PlacesTheAreaAndTouchesNothingElse) {
-  DibPtr grey = TwoPopulations(29, 7, 8, false, 8);
-  DibPtr plain(DibBinarizeSimple(grey.get(), 120, false, nullptr));
-  for (tagPoint32 at : {tagPoint32{0, 0}, tagPoint32{3, 2}, tagPoint32{8, 1}, tagPoint32{13, 5}}) {
-    SCOPED_TRACE(testing::Message() << "at " << at.x << "," << at.y);
-    DibPtr target = RandomDib(50, 14, 1, at.x % 2 == 1, uint32_t(at.x + 10 * at.y));
-    DibPtr before = RandomDib(50, 14, 1, at.x % 2 == 1, uint32_t(at.x + 10 * at.y));
-    DibInfo* dest = target.get();
-    ASSERT_EQ(DibBinarizeEx(dest, grey.get(), 0, 120, 0, 0, nullptr, nullptr, nullptr, &at), 0);
-    EXPECT_EQ(dest, target.get());
-    ExpectSamePixels(dest, at.x, at.y, plain.get());
-    for (int y = 0; y < 14; ++y)
-      for (int x = 0; x < 50; ++x) {
-        bool const inArea = x >= at.x && x < at.x + 29 && y >= at.y && y < at.y + 7;
-        if (!inArea) {
-          ASSERT_EQ(Bit(dest, x, y), Bit(before.get(), x, y)) << x << "," << y;
-        }
-      }
-  }
-}
-
 TEST(BinarizeEx, ResultCodes) {
   DibPtr grey = TwoPopulations(20, 6, 8, true, 9);
   char const* names[] = {"a", "b"};

@@ -101,11 +101,6 @@ TEST(SuppressColor, Failures) {
   EXPECT_EQ(DibSupressColor(src.get(), &blue, &below), nullptr);
   EXPECT_EQ(DibSupressColor(src.get(), &blue, &left), nullptr);
   EXPECT_EQ(quilp::block::LiveCount(), live);  // failed results are released
-  // The exact-fit rule lets a right edge at Width through: one column beyond, as given.
-  tagRect32 edge{0, 0, 9, 5};
-  DibPtr wide(DibSupressColor(src.get(), &blue, &edge));
-  ASSERT_NE(wide, nullptr);
-  EXPECT_EQ(wide->Width(), 10);
 }
 
 TEST(SuppressColors, FollowsTheAngleShareOnRandomImages) {
@@ -175,6 +170,10 @@ TEST(SuppressColors, WorkedThrough) {
   EXPECT_EQ(Px(out.get(), 1, 0), 68);   // A = 294.4, sinKeep = 0.577
   EXPECT_EQ(Px(out.get(), 2, 0), 255);  // white
   EXPECT_EQ(Px(out.get(), 3, 0), 255 - int(55 * std::sqrt(3.0) + 0.5));
+  // Kept (255, 0, 0): black has A = 360.6 and sinKeep = 0.577: 255 - 229, a level from (0, 1, 0).
+  unsigned char const cyan[1][3] = {{255, 0, 0}};
+  DibPtr black(DibSupressColors(src.get(), 1, cyan, 0, unused, nullptr));
+  EXPECT_EQ(Px(black.get(), 0, 0), 26);
   // A pixel along a dropped colour becomes white, one along a kept colour keeps its darkness.
   unsigned char const blue[1][3] = {{220, 160, 140}}, red[1][3] = {{30, 40, 220}};
   DibPtr marks = Pixels({{220, 160, 140}, {30, 40, 220}});

@@ -44,6 +44,7 @@ std::vector<int> InkPage(DibPtr& page, bool topDown) {
       if (d >= 22 && d <= 30) mark(x, y, x, y, 2);
     }
   for (int i = 0; i < 5; ++i) mark(20 + 30 * i, 140 + i, 40 + 30 * i, 143 + i, 3);
+  mark(200, 176, 230, h - 1, 3);  // a stroke on the last row
   return truth;
 }
 

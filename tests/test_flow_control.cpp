@@ -78,7 +78,7 @@ TEST(FlowControl, SourcesAndTargetsDescribeTheirAreas) {
   EXPECT_TRUE(DibFree(target));
 }
 
-TEST(FlowControl, TargetChecksAndPlacement) {
+TEST(FlowControl, SourceAndTargetOfAnotherDepthOrPlace) {
   DibPtr src = RandomDib(6, 4, 24, false, 3);
   {
     CDibFlowControl f;
@@ -88,27 +88,6 @@ TEST(FlowControl, TargetChecksAndPlacement) {
     DibInfo* target = grey.get();
     EXPECT_EQ(f.AddTarget(&d, target, 24, nullptr), -1);  // depth differs: untouched
     EXPECT_EQ(target, grey.get());
-  }
-  {
-    CDibFlowControl f;
-    DibPlane s, d;
-    f.AddSource(&s, src.get(), 24, nullptr);
-    DibInfo* target = nullptr;
-    tagPoint32 negative{-1, 5};
-    ASSERT_EQ(f.AddTarget(&d, target, 24, &negative), 0);  // treated as (0, 0)
-    EXPECT_EQ(target->Width(), 6);
-    EXPECT_EQ(target->Height(), 4);
-    f.SetSuccess(true);
-    DibFree(target);
-  }
-  {
-    CDibFlowControl f;
-    DibPlane s, d;
-    f.AddSource(&s, src.get(), 24, nullptr);
-    DibPtr small = RandomDib(7, 4, 24, false, 5);
-    DibInfo* target = small.get();
-    tagPoint32 at{2, 0};
-    EXPECT_EQ(f.AddTarget(&d, target, 24, &at), -1);  // needs 8 columns
   }
   {
     CDibFlowControl f;

@@ -34,6 +34,16 @@ DibPtr GreyFrom(std::function<double(double, double)> const& f, int w, int h) {
   return d;
 }
 
+// The paper level of byte c the resampler fills uncovered pixels with: the median of the
+// pixels of every fourth row and column.
+int Paper(DibInfo const* d, int c) {
+  std::vector<int> v;
+  for (int y = 0; y < d->Height(); y += 4)
+    for (int x = 0; x < d->Width(); x += 4) v.push_back(Px(d, x, y, c));
+  std::sort(v.begin(), v.end());
+  return v[(v.size() - 1) / 2];
+}
+
 double Psnr(DibInfo const* a, DibInfo const* b, int margin) {
   double sum = 0.0;
   long n = 0;
@@ -153,14 +163,6 @@ TEST(RotateAccurate, BilinearLiteralRule) {
       DibPtr out(DibRotateAccurate(src.get(), angle, 1, nullptr));
       ASSERT_TRUE(out);
       EXPECT_EQ(out->biHeight < 0, topDown);
-      int paper[3];
-      for (int c = 0; c < channels; ++c) {
-        std::vector<int> v;
-        for (int y = 0; y < h; y += 4)
-          for (int x = 0; x < w; x += 4) v.push_back(Px(src.get(), x, y, c));
-        std::sort(v.begin(), v.end());
-        paper[c] = v[(v.size() - 1) / 2];
-      }
       double const cs = std::cos(angle), sn = std::sin(angle);
       for (int v = 0; v < out->Height(); ++v)
         for (int u = 0; u < out->Width(); ++u) {
@@ -170,7 +172,7 @@ TEST(RotateAccurate, BilinearLiteralRule) {
           int const fx = int((x - ix) * 256), fy = int((y - iy) * 256);
           for (int c = 0; c < channels; ++c) {
             auto at = [&](int px, int py) {
-              return px < 0 || py < 0 || px >= w || py >= h ? paper[c] : Px(src.get(), px, py, c);
+              return px < 0 || py < 0 || px >= w || py >= h ? Paper(src.get(), c) : Px(src.get(), px, py, c);
             };
             int const top = at(ix, iy) * (256 - fx) + at(ix + 1, iy) * fx;
             int const bottom = at(ix, iy + 1) * (256 - fx) + at(ix + 1, iy + 1) * fx;
@@ -199,15 +201,7 @@ TEST(RotateAccurate, RoundTripPaperAndSizes) {
   bool seen[256] = {};
   for (int y = 0; y < 40; ++y)
     for (int x = 0; x < 50; ++x) seen[Px(grey.get(), x, y)] = true;
-  uint8_t paper = 0;
-  {
-    std::vector<uint8_t> v;
-    for (int y = 0; y < 40; y += 4)
-      for (int x = 0; x < 50; x += 4) v.push_back(Px(grey.get(), x, y));
-    std::sort(v.begin(), v.end());
-    paper = v[(v.size() - 1) / 2];
-  }
-  seen[paper] = true;
+  seen[Paper(grey.get(), 0)] = true;
   for (int y = 0; y < nearest->Height(); ++y)
     for (int x = 0; x < nearest->Width(); ++x) ASSERT_TRUE(seen[Px(nearest.get(), x, y)]);
   DibPtr quarter(DibRotateAccurate(grey.get(), -kPi / 2, 1, nullptr));

@@ -113,23 +113,6 @@ TEST(HoughBlock, DigitalLinesOfKnownSlopeInBothDirectionsAndModes) {
     }
 }
 
-TEST(HoughBlock, StraightLinesFindTheNearestDigitalSlope) {
-  Session session(6, false, false);
-  ASSERT_TRUE(session.ok);
-  for (int t : {3, 17, 40}) {
-    for (bool rising : {false, true}) {
-      DibPtr dib = WhiteBlock(64, 64, false);
-      for (int x = 0; x < 64; ++x) {
-        int const d = int(std::lround(t * x / 63.0));
-        for (int w = 0; w < 3; ++w) Px(dib.get(), x, (10 + w + (rising ? t - d : d)) % 64) = 20;
-      }
-      int zero, slope, score;
-      ASSERT_TRUE(DibHoughCompute(dib.get(), zero, slope, score, nullptr));
-      EXPECT_LE(std::abs(slope - (rising ? -t : t)), 1) << t << " rising " << rising;
-    }
-  }
-}
-
 TEST(HoughBlock, RandomBlocksMatchTheLongWayInEveryModeAndPolarity) {
   std::mt19937 rng(11);
   for (bool vertical : {false, true})

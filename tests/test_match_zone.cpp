@@ -105,7 +105,9 @@ TEST(MatchZone, RegistersFractionalShiftsWithinAQuarterPixel) {
   double worst = 0.0;
   for (auto [dx, dy] : {std::pair{0.25, -0.5}, {3.4, 1.75}, {-2.6, 0.1}, {0.5, 0.5}, {-7.3, 4.8}}) {
     DibPtr moved = Moved(page.get(), dx, dy, 3, uint32_t(dx * 100 + dy * 10 + 1000));
-    tagRect32 zone = {120, 100, 375, 355}, window = {100, 80, 395, 375};
+    // The window starts one pixel and a fraction before the true place: the peak is at (1, 1).
+    int const left = 119 + int(std::floor(dx)), top = 99 + int(std::floor(dy));
+    tagRect32 zone = {120, 100, 375, 355}, window = {left, top, 395, 375};
     double x, y, score;
     ASSERT_TRUE(DibMatchZone(page.get(), &zone, moved.get(), &window, x, y, score));
     worst = std::max({worst, std::fabs(x - 120 - dx), std::fabs(y - 100 - dy)});

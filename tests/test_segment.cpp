@@ -204,7 +204,15 @@ TEST(Segment, CountsBeyondCapacityAndRefusesBadArguments) {
   EXPECT_EQ(DibWaterSegment(grey.get(), 256, nullptr, nullptr), nullptr);
 }
 
-TEST(Segment, TinyAndEmptyPages) {
+TEST(Segment, TinyEmptyAndRuledGridPages) {
+  Drawing grid;  // 4 x 3 cells ruled by 2-pixel lines: one table
+  for (int i = 0; i <= 4; ++i) grid.Fill(Rect{300 + 100 * i, 400, 301 + 100 * i, 581});
+  for (int j = 0; j <= 3; ++j) grid.Fill(Rect{300, 400 + 60 * j, 701, 401 + 60 * j});
+  Drawing offset;  // paragraphs offset diagonally between two rules: text, not a table
+  offset.Fill(Rect{100, 100, 1100, 103});
+  offset.Fill(Rect{100, 600, 1100, 603});
+  offset.Paragraph(100, 500, 160, 3);
+  offset.Paragraph(700, 1100, 380, 3);
   for (int depth : {1, 8, 24}) {
     SCOPED_TRACE(depth);
     DibPtr dot(DibCreate(1, 1, 0, 0, depth));  // black
@@ -213,6 +221,10 @@ TEST(Segment, TinyAndEmptyPages) {
     EXPECT_GE(DibSegmentLev1Hier(dot.get(), nullptr, 0, nullptr), 0);
     EXPECT_EQ(DibSegmentLev1Hier(blank.get(), nullptr, 0, nullptr), 0);
     EXPECT_EQ(DibPreSegment(blank.get(), nullptr, 0, nullptr), 0);
+    std::vector<SDibZone> const table = Segment(grid.Page(depth, depth == 8).get(), false);
+    ASSERT_EQ(table.size(), 1u);
+    EXPECT_EQ(table[0].kind, 4);
+    for (SDibZone const& z : Segment(offset.Page(depth, false).get(), false)) EXPECT_NE(z.kind, 4);
   }
 }
 
@@ -271,6 +283,13 @@ TEST(Segment, WatershedSplitsBasinsAtTheirRidge) {
       for (int x = 0; x < 16; ++x) EXPECT_EQ(row[x], x <= 7 ? 1 : 2) << x << "," << y;
     }
   }
+  // Minima touching at a corner, along either diagonal, are one basin each.
+  DibPtr corners(DibCreate(8, 4, 0, 0, 8));
+  std::fill_n(corners->BitsPtr(), corners->biSizeImage, uint8_t(200));
+  Px(corners.get(), 1, 1) = Px(corners.get(), 2, 2) = Px(corners.get(), 6, 1) = Px(corners.get(), 5, 2) = 0;
+  int count = 0;
+  DibPtr basins(DibWaterSegment(corners.get(), -1, &count, nullptr));
+  EXPECT_EQ(count, 2);
 }
 
 }  // namespace

@@ -149,24 +149,6 @@ TEST(ZoneCopy, CopyZoneRefusals) {
   }
 }
 
-// The zone from column 3, 10 wide: each destination byte joins two source bytes shifted by 3,
-// and the destination's second byte keeps its low 6 bits.
-TEST(ZoneCopy, OneBitZoneFromColumnThree) {
-  DibPtr src(DibCreate(24, 1, 0, 0, 1));
-  uint8_t* row = src->GetLine(0);
-  row[0] = 0x1D;  // 000 11101
-  row[1] = 0xB6;  // 10110110
-  row[2] = 0xFF;
-  DibPtr dest(DibCreate(16, 1, 0, 0, 1));
-  dest->GetLine(0)[0] = 0x00;
-  dest->GetLine(0)[1] = 0x2A;  // low 6 bits 101010
-  DibInfo* d = dest.get();
-  tagRect32 zone{3, 0, 12, 0};
-  ASSERT_TRUE(DibCopyZone(d, src.get(), &zone));
-  EXPECT_EQ(d->GetLine(0)[0], uint8_t(0x1D << 3 | 0xB6 >> 5));
-  EXPECT_EQ(d->GetLine(0)[1], uint8_t((0xB6 << 3 & 0xC0) | 0x2A));
-}
-
 TEST(ZoneCopy, CopyZoneExPlacesTheZone) {
   uint32_t seed = 7;
   for (int depth : {1, 8, 24, 32})

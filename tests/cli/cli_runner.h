@@ -20,6 +20,12 @@ std::string WorkPath(std::string const& name);
 void WriteFile(std::string const& name, std::string const& bytes);
 // The bytes of a file of the work folder ("" when it is missing).
 std::string ReadFile(std::string const& name);
+// How many times `what` occurs in `text`.
+inline int Count(std::string const& text, std::string const& what) {
+  int n = 0;
+  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+  return n;
+}
 
 // What every refused invocation must show: a normal, failing exit (never a crash) and one clear
 // line on stderr containing `says`.

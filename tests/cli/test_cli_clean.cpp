@@ -73,12 +73,6 @@ std::set<std::string> Listing(std::string const& folder) {
   return names;
 }
 
-int Count(std::string const& text, std::string const& what) {
-  int n = 0;
-  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-  return n;
-}
-
 }  // namespace
 
 TEST(CliClean, BatchNamesPagesSkipsOverwritesAndCountsFailures) {

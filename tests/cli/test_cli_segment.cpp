@@ -24,12 +24,6 @@ std::string TwoColumnPage() {
   return WriteBmpFile("segment-page.bmp", page.get());
 }
 
-int Count(std::string const& text, std::string const& what) {
-  int n = 0;
-  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-  return n;
-}
-
 }  // namespace
 
 TEST(CliSegment, PrintsWritesAndDrawsTheZones) {

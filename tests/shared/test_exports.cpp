@@ -24,20 +24,3 @@ TEST(SharedLibrary, InternalSymbolsAreHidden) {
   EXPECT_EQ(dlsym(RTLD_DEFAULT, "_ZN5quilp10DibCreate8Eiiii"), nullptr);
   dlclose(self);
 }
-
-TEST(SharedLibrary, ColourFilterMatchAndTextExportsLink) {
-  DibInfo* page = DibCreate(24, 16, 0, 0, 8);
-  ASSERT_NE(page, nullptr);
-  for (int y = 0; y < 16; ++y)
-    for (int x = 0; x < 24; ++x) page->GetLine(y)[x] = static_cast<unsigned char>((x * 37 + y * 11) % 251);
-  char text[512];
-  EXPECT_EQ(DibSprintGrey(page, nullptr, 0, text, sizeof text), 16 * 25);
-  tagRect32 zone = {4, 3, 11, 10};
-  double x = 0, y = 0, score = 0;
-  EXPECT_TRUE(DibMatchZone(page, &zone, page, nullptr, x, y, score));
-  DibInfo* smooth = DibSmooth(page, 0, 3, 0, nullptr);
-  EXPECT_NE(smooth, nullptr);
-  EXPECT_TRUE(DibFree(smooth));
-  EXPECT_EQ(DibSeparate(page, 0, 4, nullptr, nullptr, nullptr, nullptr), -1);  // grey: refused
-  EXPECT_TRUE(DibFree(page));
-}
