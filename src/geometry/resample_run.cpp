@@ -38,7 +38,8 @@ ResampleRunKernels const& ResampleRunKernelsScalar() {
 
 ResampleRunKernels const& ResampleRunKernelsActive() {
   return simd::Pick(ResampleRunKernelsScalar(), static_cast<ResampleRunKernels const*>(nullptr),
-                    QUILP_VECTOR_TABLE(ResampleRunKernelsAvx2()));
+                    QUILP_VECTOR_TABLE(ResampleRunKernelsAvx2()),
+                    QUILP_VECTOR_TABLE(ResampleRunKernelsAvx512()));
 }
 
 }  // namespace quilp
