@@ -396,13 +396,20 @@ bool ResampleProjectiveBits(DibView const& dst, DibView const& src, ProjectiveMa
 void MeasurePaper(DibView const& src, int bytesPerPixel, uint8_t paper[4]) {
   int const stride = src.width >= 4 && src.height >= 4 ? 4 : 1;
   int const bpp = std::clamp(bytesPerPixel, 1, 4);
-  uint32_t hist[4][256] = {};
+  // Four counts per level, taken in turn: paper pixels repeat a few levels, and one count per
+  // level would make each increment wait for the previous one.
+  constexpr int kCopies = 4;
+  uint32_t counts[kCopies][4][256] = {};
   uint32_t n = 0;
   for (int y = 0; y < src.height; y += stride) {
     uint8_t const* row = src.Row(y);
-    for (int x = 0; x < src.width; x += stride, ++n)
-      for (int c = 0; c < bpp; ++c) ++hist[c][row[std::ptrdiff_t(x) * bpp + c]];
+    for (int x = 0, i = 0; x < src.width; x += stride, ++n, i = (i + 1) % kCopies)
+      for (int c = 0; c < bpp; ++c) ++counts[i][c][row[std::ptrdiff_t(x) * bpp + c]];
   }
+  uint32_t hist[4][256];
+  for (int c = 0; c < 4; ++c)
+    for (int level = 0; level < 256; ++level)
+      hist[c][level] = counts[0][c][level] + counts[1][c][level] + counts[2][c][level] + counts[3][c][level];
   for (int c = 0; c < 4; ++c) {
     paper[c] = 255;
     if (c >= bpp || n == 0) continue;

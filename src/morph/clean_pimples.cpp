@@ -150,9 +150,12 @@ bool FillHolesByLabels(InkBits& ink, CleanLimits const& limits) {
 // dilation: the OR of as many shifted back). A word of blank paper has none.
 void ShortPaperRuns(uint64_t const* inkRow, int words, uint64_t tail, int longest,
                     uint64_t* paper, uint64_t* eroded, uint64_t* out) {
+  auto blank = [&](int k) {  // a whole word of paper
+    return k < words && !inkRow[k] && (k < words - 1 || tail == ~uint64_t(0));
+  };
   for (int k = 0; k < words; ++k) paper[k] = ~inkRow[k] & (k == words - 1 ? tail : ~uint64_t(0));
   for (int k = 0; k < words; ++k) {
-    if (!inkRow[k] && (k < words - 1 || tail == ~uint64_t(0))) {
+    if (blank(k) && blank(k + 1)) {  // the run at every pixel reaches past the next word's start
       eroded[k] = ~uint64_t(0);
       continue;
     }
@@ -161,7 +164,7 @@ void ShortPaperRuns(uint64_t const* inkRow, int words, uint64_t tail, int longes
     eroded[k] = e;
   }
   for (int k = 0; k < words; ++k) {
-    if (!inkRow[k] && (k < words - 1 || tail == ~uint64_t(0))) {
+    if (blank(k)) {  // its runs are 64 pixels or more
       out[k] = 0;
       continue;
     }
@@ -251,6 +254,14 @@ bool RemoveSpecks(InkBits& ink, CleanLimits const& limits) {
 bool CleanPimples(InkBits& ink, CleanLimits const& limits) {
   try {
     return BumpsAndNotches(ink) && FillHoles(ink, limits) && RemoveSpecks(ink, limits);
+  } catch (std::exception const&) {
+    return false;
+  }
+}
+
+bool FillSmallHoles(InkBits& ink, CleanLimits const& limits) {
+  try {
+    return FillHoles(ink, limits);
   } catch (std::exception const&) {
     return false;
   }
