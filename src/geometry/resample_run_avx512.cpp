@@ -101,6 +101,11 @@ void Bilinear8(uint8_t const* origin, std::ptrdiff_t step, int64_t X, int64_t Y,
     __mmask64 const load = FirstBytes(unsigned(span));
     uint8_t const* row = origin + step * std::ptrdiff_t(iyMin) + ixMin;
     int const rows = iyMax - iyMin + 2;  // source rows the block reads
+    // The row below the block's last one is where the next destination row of a slight turn
+    // reads: asked for now, it arrives while this row is done. A hint only (never faults).
+    uintptr_t const ahead = reinterpret_cast<uintptr_t>(row) + uintptr_t(step * rows);
+    _mm_prefetch(reinterpret_cast<char const*>(ahead), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<char const*>(ahead + 63), _MM_HINT_T0);
     __m512i a = _mm512_maskz_loadu_epi8(load, row);
     __m512i top = _mm512_setzero_si512(), bottom = _mm512_setzero_si512();
     for (int j = 0; j + 1 < rows; j += 2) {
