@@ -275,7 +275,7 @@ void ColumnsWhere(int64_t X, int64_t dx, int64_t Y, int64_t dy, int64_t const lo
 // a slight turn reads some 100 source rows, a tile's row a few.
 template <int kBpp>
 void AffineBilinearRows(DibView const& dst, Source const& s, AffineCoords const& c) {
-  constexpr int kBandRows = 16, kStripColumns = 256;
+  constexpr int kBandRows = 16, kStripColumns = 1024;
   constexpr int64_t kPixel = int64_t(1) << 32;
   [[maybe_unused]] constexpr int kOne = 1 << kWeightBits, kHalf = 1 << (2 * kWeightBits - 1);
   [[maybe_unused]] ResampleRunKernels const& run = ResampleRunKernelsActive();
