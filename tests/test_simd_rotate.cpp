@@ -57,7 +57,7 @@ TEST(SimdRotate, RunKernelOfEachTierMatchesTheScalarRun) {
     auto const run = quilp::ResampleRunKernelsActive().bilinear8;
     EXPECT_EQ(run, tier == Tier::kAvx512 ? quilp::ResampleRunKernelsAvx512().bilinear8
                    : tier == Tier::kAvx2 ? quilp::ResampleRunKernelsAvx2().bilinear8
-                                         : scalar.bilinear8);
+                                         : quilp::ResampleRunKernelsSse41().bilinear8);
     for (Step const s : steps)
       for (int n : {1, 15, 16, 17, 33, 40})
         for (bool bottomUp : {false, true}) {

@@ -37,7 +37,7 @@ ResampleRunKernels const& ResampleRunKernelsScalar() {
 }
 
 ResampleRunKernels const& ResampleRunKernelsActive() {
-  return simd::Pick(ResampleRunKernelsScalar(), static_cast<ResampleRunKernels const*>(nullptr),
+  return simd::Pick(ResampleRunKernelsScalar(), QUILP_VECTOR_TABLE(ResampleRunKernelsSse41()),
                     QUILP_VECTOR_TABLE(ResampleRunKernelsAvx2()),
                     QUILP_VECTOR_TABLE(ResampleRunKernelsAvx512()));
 }
