@@ -75,7 +75,9 @@ void BM_RotateAccurate_GreyBilinearTier(benchmark::State& state) {
   }
   quilp::simd::ForceTier(previous);
 }
-BENCHMARK(BM_RotateAccurate_GreyBilinearTier)->ArgsProduct({{0, 1, 2, 3}, {0, 1}})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RotateAccurate_GreyBilinearTier)
+    ->ArgsProduct({{0, 1, 2, 3}, {0, 1}})
+    ->Unit(benchmark::kMillisecond);
 
 void BM_RotateAccurate_Bits(benchmark::State& state) {
   DibInfo* page = Page(1, int(state.range(0)));

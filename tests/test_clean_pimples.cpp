@@ -104,7 +104,9 @@ TEST(CleanPimples, SizeLimitsAndRefusals) {
 // widths, with and without blank words: limits whose holes have short rows (found from the
 // short paper runs) and limits too large for that (all the paper labelled).
 TEST(CleanPimples, HoleStepFillsWhatAFloodFillFinds) {
-  struct Limits { int holeArea, speckSize; } const cases[] = {{1, 1}, {2, 6}, {5, 2}, {9, 12}, {40, 70}, {90, 70}};
+  struct Limits {
+    int holeArea, speckSize;
+  } const cases[] = {{1, 1}, {2, 6}, {5, 2}, {9, 12}, {40, 70}, {90, 70}};
   uint32_t state = 12345;
   auto next = [&] { return (state = state * 1664525u + 1013904223u) >> 8; };
   for (int w : {7, 33, 64, 77, 150})
@@ -128,21 +130,21 @@ TEST(CleanPimples, HoleStepFillsWhatAFloodFillFinds) {
           int left = w, right = -1, top = h, bottom = -1;
           for (std::size_t i = 0; i < part.size(); ++i) {
             int const x = part[i] % w, y = part[i] / w;
-            left = std::min(left, x), right = std::max(right, x), top = std::min(top, y), bottom = std::max(bottom, y);
+            left = std::min(left, x), right = std::max(right, x);
+            top = std::min(top, y), bottom = std::max(bottom, y);
             for (auto [nx, ny] : {std::pair{x - 1, y}, {x + 1, y}, {x, y - 1}, {x, y + 1}})
-              if (nx >= 0 && nx < w && ny >= 0 && ny < h && !ink.Get(nx, ny) && !seen[std::size_t(ny * w + nx)]) {
-                seen[std::size_t(ny * w + nx)] = 1;
-                part.push_back(ny * w + nx);
-              }
+              if (nx >= 0 && nx < w && ny >= 0 && ny < h && !ink.Get(nx, ny) && !seen[std::size_t(ny * w + nx)])
+                seen[std::size_t(ny * w + nx)] = 1, part.push_back(ny * w + nx);
           }
-          bool const fill = left > 0 && top > 0 && right < w - 1 && bottom < h - 1 &&
-                            int(part.size()) <= l.holeArea && right - left < l.speckSize && bottom - top < l.speckSize;
+          bool const fill = left > 0 && top > 0 && right < w - 1 && bottom < h - 1 && int(part.size()) <= l.holeArea &&
+                            right - left < l.speckSize && bottom - top < l.speckSize;
           for (int p : part) want[std::size_t(p)] = fill;
         }
         quilp::CleanLimits limits = quilp::CleanLimitsFor(300, l.speckSize, 3);
         limits.holeArea = l.holeArea;
         ASSERT_TRUE(quilp::FillSmallHoles(ink, limits));
         for (int y = 0; y < h; ++y)
-          for (int x = 0; x < w; ++x) ASSERT_EQ(int(ink.Get(x, y)), want[std::size_t(y * w + x)]) << x << ", " << y;
+          for (int x = 0; x < w; ++x)
+            ASSERT_EQ(int(ink.Get(x, y)), want[std::size_t(y * w + x)]) << "pixel " << x << ", " << y;
       }
 }

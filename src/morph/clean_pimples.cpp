@@ -205,7 +205,8 @@ bool FillHoles(InkBits& ink, CleanLimits const& limits) {
   std::vector<char> fill(map.components.size(), 1);
   for (InkRun const& r : map.runs)
     if (longPaperAt(r.y - 1, r.x0, r.x1) || longPaperAt(r.y + 1, r.x0, r.x1)) fill[std::size_t(r.label)] = 0;
-  for (std::size_t i = 0; i < fill.size(); ++i) fill[i] = fill[i] && SmallHole(map.components[i], w, h, limits);
+  for (std::size_t i = 0; i < fill.size(); ++i)
+    fill[i] = fill[i] && SmallHole(map.components[i], w, h, limits);
   PaintComponents(ink, map, fill, true);
   return true;
 }
