@@ -4,8 +4,10 @@
 #include <benchmark/benchmark.h>
 
 #include <cstring>
+#include <string>
 
 #include "quilp32.h"
+#include "simd/cpu_features.h"
 #include "support/pages.h"
 
 #if defined(QUILP_HAVE_OPENCV)
@@ -57,6 +59,25 @@ void BM_RotateAccurate_GreyBilinear(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_RotateAccurate_GreyBilinear)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// The same rotation under each vector tier of its run kernel (0 scalar, 1 SSE4.1, 2 AVX2,
+// 3 AVX-512; a tier the processor lacks runs the widest one it has).
+void BM_RotateAccurate_GreyBilinearTier(benchmark::State& state) {
+  DibInfo* page = Page(8, int(state.range(1)));
+  auto const tier = static_cast<quilp::simd::Tier>(state.range(0));
+  quilp::simd::Tier const previous = quilp::simd::ForceTier(tier);
+  state.SetLabel(std::string(quilp::simd::TierName(quilp::simd::ActiveTier())) + " " +
+                 OrderName(int(state.range(1))));
+  for (auto _ : state) {
+    DibInfo* out = DibRotateAccurate(page, kAngle, 0, nullptr);
+    benchmark::DoNotOptimize(out);
+    DibFree(out);
+  }
+  quilp::simd::ForceTier(previous);
+}
+BENCHMARK(BM_RotateAccurate_GreyBilinearTier)
+    ->ArgsProduct({{0, 1, 2, 3}, {0, 1}})
+    ->Unit(benchmark::kMillisecond);
 
 void BM_RotateAccurate_Bits(benchmark::State& state) {
   DibInfo* page = Page(1, int(state.range(0)));

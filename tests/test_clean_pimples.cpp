@@ -2,9 +2,12 @@
 // (a full stop by its letter, an i-dot, a one-pixel stroke end), both row orders.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "morph/clean_pimples.h"
 #include "quilp32.h"
 #include "support/ink_pages.h"
 
@@ -97,3 +100,52 @@ TEST(CleanPimples, SizeLimitsAndRefusals) {
 }
 
 }  // namespace
+
+// The hole step against a flood fill of the paper (4-connected) on random ink, at awkward
+// widths, with and without blank words: limits whose holes have short rows (found from the
+// short paper runs) and limits too large for that (all the paper labelled).
+TEST(CleanPimples, HoleStepFillsWhatAFloodFillFinds) {
+  struct Limits {
+    int holeArea, speckSize;
+  } const cases[] = {{1, 1}, {2, 6}, {5, 2}, {9, 12}, {40, 70}, {90, 70}};
+  uint32_t state = 12345;
+  auto next = [&] { return (state = state * 1664525u + 1013904223u) >> 8; };
+  for (int w : {7, 33, 64, 77, 150})
+    for (int density : {55, 75, 90})
+      for (Limits const& l : cases) {
+        SCOPED_TRACE(testing::Message() << "width " << w << ", ink " << density << "%, hole area "
+                                        << l.holeArea << ", size " << l.speckSize);
+        int const h = 23;
+        quilp::InkBits ink;
+        ASSERT_TRUE(ink.Reset(w, h));
+        for (int y = 0; y < h; ++y)
+          for (int x = 0; x < w; ++x)
+            if (int(next() % 100) < density && (density != 55 || x < 64 || x >= 128)) ink.Set(x, y);
+        // The reference: every paper component, filled when it is small and off the border.
+        std::vector<int> seen(std::size_t(w * h), 0), want(seen.size(), 0);
+        for (int start = 0; start < w * h; ++start) want[std::size_t(start)] = ink.Get(start % w, start / w);
+        for (int start = 0; start < w * h; ++start) {
+          if (ink.Get(start % w, start / w) || seen[std::size_t(start)]) continue;
+          std::vector<int> part{start};
+          seen[std::size_t(start)] = 1;
+          int left = w, right = -1, top = h, bottom = -1;
+          for (std::size_t i = 0; i < part.size(); ++i) {
+            int const x = part[i] % w, y = part[i] / w;
+            left = std::min(left, x), right = std::max(right, x);
+            top = std::min(top, y), bottom = std::max(bottom, y);
+            for (auto [nx, ny] : {std::pair{x - 1, y}, {x + 1, y}, {x, y - 1}, {x, y + 1}})
+              if (nx >= 0 && nx < w && ny >= 0 && ny < h && !ink.Get(nx, ny) && !seen[std::size_t(ny * w + nx)])
+                seen[std::size_t(ny * w + nx)] = 1, part.push_back(ny * w + nx);
+          }
+          bool const fill = left > 0 && top > 0 && right < w - 1 && bottom < h - 1 && int(part.size()) <= l.holeArea &&
+                            right - left < l.speckSize && bottom - top < l.speckSize;
+          for (int p : part) want[std::size_t(p)] = fill;
+        }
+        quilp::CleanLimits limits = quilp::CleanLimitsFor(300, l.speckSize, 3);
+        limits.holeArea = l.holeArea;
+        ASSERT_TRUE(quilp::FillSmallHoles(ink, limits));
+        for (int y = 0; y < h; ++y)
+          for (int x = 0; x < w; ++x)
+            ASSERT_EQ(int(ink.Get(x, y)), want[std::size_t(y * w + x)]) << "pixel " << x << ", " << y;
+      }
+}

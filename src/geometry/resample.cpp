@@ -237,64 +237,110 @@ void FillBits(DibView const& dst, DibView const& src, Coords const& coords) {
   }
 }
 
-// Affine bilinear rows: the pixels whose four taps lie inside the source form one run per
-// row (the map is linear); that run steps its position by additions and reads the taps
-// directly, the pixels before and after it go through the checked sampler. Same values.
-// Rows go top to bottom in both row orders: on bottom-up records that measured faster than
-// storage order (and no slower than top-down records).
+// The columns u in [0, n) of one destination row whose positions (X + dx u, Y + dy u) lie in
+// [xLo, xHi) x [yLo, yHi): one interval, as the map is linear. Estimated in floating point with
+// two columns to spare, then settled by the exact test, so it is exact.
+void ColumnsWhere(int64_t X, int64_t dx, int64_t Y, int64_t dy, int64_t const lows[2],
+                  int64_t const highs[2], int n, int& begin, int& end) {
+  double lo = 0.0, hi = n;
+  auto bound = [&](int64_t start, int64_t step, int64_t low, int64_t high) {
+    if (step == 0) {
+      if (start < low || start >= high) hi = lo;
+      return;
+    }
+    double const a = (double(low) - double(start)) / double(step);
+    double const b = (double(high) - double(start)) / double(step);
+    lo = std::max(lo, std::floor(std::min(a, b)));
+    hi = std::min(hi, std::ceil(std::max(a, b)));
+  };
+  bound(X, dx, lows[0], highs[0]);
+  bound(Y, dy, lows[1], highs[1]);
+  auto holds = [&](int u) {
+    int64_t const x = X + dx * u, y = Y + dy * u;
+    return x >= lows[0] && x < highs[0] && y >= lows[1] && y < highs[1];
+  };
+  begin = int(std::clamp(lo - 2.0, 0.0, double(n)));
+  end = hi > lo ? int(std::clamp(hi + 2.0, 0.0, double(n))) : begin;
+  while (begin < end && !holds(begin)) ++begin;
+  while (end > begin && !holds(end - 1)) --end;
+}
+
+// Affine bilinear rows. Per destination row the map is linear, so its pixels fall into five
+// spans: those whose taps all lie outside the source are paper (all four taps paper give
+// paper exactly), those whose taps all lie inside form one run that reads the source directly
+// (the run kernel of the active tier for grey), and the two spans between go through the
+// checked sampler. Same values throughout.
+// The runs are done in tiles of kBandRows rows by kStripColumns columns, top to bottom, so
+// the source rows a tile reads (a slanted band) stay in the first-level cache: a whole row of
+// a slight turn reads some 100 source rows, a tile's row a few.
 template <int kBpp>
 void AffineBilinearRows(DibView const& dst, Source const& s, AffineCoords const& c) {
-  int64_t const xLimit = int64_t(s.view.width - 1) << 32, yLimit = int64_t(s.view.height - 1) << 32;
-  auto inside = [&](int64_t X, int64_t Y) { return X >= 0 && X < xLimit && Y >= 0 && Y < yLimit; };
+  constexpr int kBandRows = 16, kStripColumns = 1024;
+  constexpr int64_t kPixel = int64_t(1) << 32;
   [[maybe_unused]] constexpr int kOne = 1 << kWeightBits, kHalf = 1 << (2 * kWeightBits - 1);
   [[maybe_unused]] ResampleRunKernels const& run = ResampleRunKernelsActive();
-  for (int v = 0; v < dst.height; ++v) {
-    uint8_t* out = dst.Row(v);
-    int64_t const rowX = c.x0 + c.dxv * v, rowY = c.y0 + c.dyv * v;
-    // The run, estimated in floating point, then trimmed to where the taps are inside.
-    double lo = 0.0, hi = dst.width;
-    auto bound = [&](double start, double step, double limit) {
-      if (step == 0.0) {
-        if (start < 0.0 || start >= limit) hi = lo;
-        return;
-      }
-      double const a = -start / step, b = (limit - start) / step;
-      lo = std::max(lo, std::floor(std::min(a, b)));
-      hi = std::min(hi, std::ceil(std::max(a, b)));
-    };
-    bound(double(rowX), double(c.dxu), double(xLimit));
-    bound(double(rowY), double(c.dyu), double(yLimit));
-    int ua = int(std::clamp(lo, 0.0, double(dst.width))), ub = int(std::clamp(hi, 0.0, double(dst.width)));
-    while (ua < ub && !inside(rowX + c.dxu * ua, rowY + c.dyu * ua)) ++ua;
-    while (ub > ua && !inside(rowX + c.dxu * (ub - 1), rowY + c.dyu * (ub - 1))) --ub;
-    for (int u = 0; u < ua; ++u)
+  int64_t const w = s.view.width, h = s.view.height;
+  int64_t const touchLow[2] = {-kPixel, -kPixel}, touchHigh[2] = {w * kPixel, h * kPixel};
+  int64_t const insideLow[2] = {0, 0}, insideHigh[2] = {(w - 1) * kPixel, (h - 1) * kPixel};
+  auto paper = [&](uint8_t* out, int u0, int u1) {
+    for (int u = u0; u < u1; ++u)
+      for (int ch = 0; ch < kBpp; ++ch) out[std::ptrdiff_t(u) * kBpp + ch] = s.paper[ch];
+  };
+  auto checked = [&](uint8_t* out, int64_t rowX, int64_t rowY, int u0, int u1) {
+    for (int u = u0; u < u1; ++u)
       Bilinear<kBpp>(s, rowX + c.dxu * u, rowY + c.dyu * u, out + std::ptrdiff_t(u) * kBpp);
-    int64_t X = rowX + c.dxu * ua, Y = rowY + c.dyu * ua;
-    uint8_t* o = out + std::ptrdiff_t(ua) * kBpp;
-    if constexpr (kBpp == 1) {  // grey: the run kernel of the active tier
-      run.bilinear8(s.view.Row(0), s.view.step, X, Y, c.dxu, c.dyu, ub - ua, o);
-    } else {
-      int cachedRow = -1;
-      uint8_t const* rowStart = nullptr;
-      for (int u = ua; u < ub; ++u, X += c.dxu, Y += c.dyu, o += kBpp) {
-        int const fx = int((X >> 24) & 255), fy = int((Y >> 24) & 255);
-        int const gx = kOne - fx, gy = kOne - fy;
-        int const iy = int(Y >> 32);
-        if (iy != cachedRow) {  // the source row changes every 1 / sin(angle) pixels
-          cachedRow = iy;
-          rowStart = s.view.Row(iy);
-        }
-        uint8_t const* p0 = rowStart + std::ptrdiff_t(X >> 32) * kBpp;
-        uint8_t const* p1 = p0 + s.view.step;
-        for (int ch = 0; ch < kBpp; ++ch) {
-          int const top = p0[ch] * gx + p0[ch + kBpp] * fx;
-          int const bottom = p1[ch] * gx + p1[ch + kBpp] * fx;
-          o[ch] = uint8_t((top * gy + bottom * fy + kHalf) >> (2 * kWeightBits));
+  };
+  struct Spans {
+    int runBegin, runEnd;
+  } spans[kBandRows];
+  for (int band = 0; band < dst.height; band += kBandRows) {
+    int const rows = std::min(kBandRows, dst.height - band);
+    for (int i = 0; i < rows; ++i) {  // the spans around the run, and where the run lies
+      int const v = band + i;
+      uint8_t* out = dst.Row(v);
+      int64_t const rowX = c.x0 + c.dxv * v, rowY = c.y0 + c.dyv * v;
+      int tb = 0, te = 0, rb = 0, re = 0;
+      ColumnsWhere(rowX, c.dxu, rowY, c.dyu, touchLow, touchHigh, dst.width, tb, te);
+      ColumnsWhere(rowX, c.dxu, rowY, c.dyu, insideLow, insideHigh, dst.width, rb, re);
+      if (rb >= re) rb = re = te;  // no run: the checked span covers what the taps touch
+      paper(out, 0, tb);
+      checked(out, rowX, rowY, tb, rb);
+      checked(out, rowX, rowY, re, te);
+      paper(out, te, dst.width);
+      spans[i] = {rb, re};
+    }
+    for (int strip = 0; strip < dst.width; strip += kStripColumns) {
+      for (int i = 0; i < rows; ++i) {
+        int const v = band + i;
+        int const ua = std::max(spans[i].runBegin, strip);
+        int const ub = std::min(spans[i].runEnd, strip + kStripColumns);
+        if (ua >= ub) continue;
+        int64_t X = c.x0 + c.dxv * v + c.dxu * ua, Y = c.y0 + c.dyv * v + c.dyu * ua;
+        uint8_t* o = dst.Row(v) + std::ptrdiff_t(ua) * kBpp;
+        if constexpr (kBpp == 1) {  // grey: the run kernel of the active tier
+          run.bilinear8(s.view.Row(0), s.view.step, X, Y, c.dxu, c.dyu, ub - ua, o);
+        } else {
+          int cachedRow = -1;
+          uint8_t const* rowStart = nullptr;
+          for (int u = ua; u < ub; ++u, X += c.dxu, Y += c.dyu, o += kBpp) {
+            int const fx = int((X >> 24) & 255), fy = int((Y >> 24) & 255);
+            int const gx = kOne - fx, gy = kOne - fy;
+            int const iy = int(Y >> 32);
+            if (iy != cachedRow) {  // the source row changes every 1 / sin(angle) pixels
+              cachedRow = iy;
+              rowStart = s.view.Row(iy);
+            }
+            uint8_t const* p0 = rowStart + std::ptrdiff_t(X >> 32) * kBpp;
+            uint8_t const* p1 = p0 + s.view.step;
+            for (int ch = 0; ch < kBpp; ++ch) {
+              int const top = p0[ch] * gx + p0[ch + kBpp] * fx;
+              int const bottom = p1[ch] * gx + p1[ch + kBpp] * fx;
+              o[ch] = uint8_t((top * gy + bottom * fy + kHalf) >> (2 * kWeightBits));
+            }
+          }
         }
       }
     }
-    for (int u = ub; u < dst.width; ++u)
-      Bilinear<kBpp>(s, rowX + c.dxu * u, rowY + c.dyu * u, out + std::ptrdiff_t(u) * kBpp);
   }
 }
 
@@ -350,13 +396,20 @@ bool ResampleProjectiveBits(DibView const& dst, DibView const& src, ProjectiveMa
 void MeasurePaper(DibView const& src, int bytesPerPixel, uint8_t paper[4]) {
   int const stride = src.width >= 4 && src.height >= 4 ? 4 : 1;
   int const bpp = std::clamp(bytesPerPixel, 1, 4);
-  uint32_t hist[4][256] = {};
+  // Four counts per level, taken in turn: paper pixels repeat a few levels, and one count per
+  // level would make each increment wait for the previous one.
+  constexpr int kCopies = 4;
+  uint32_t counts[kCopies][4][256] = {};
   uint32_t n = 0;
   for (int y = 0; y < src.height; y += stride) {
     uint8_t const* row = src.Row(y);
-    for (int x = 0; x < src.width; x += stride, ++n)
-      for (int c = 0; c < bpp; ++c) ++hist[c][row[std::ptrdiff_t(x) * bpp + c]];
+    for (int x = 0, i = 0; x < src.width; x += stride, ++n, i = (i + 1) % kCopies)
+      for (int c = 0; c < bpp; ++c) ++counts[i][c][row[std::ptrdiff_t(x) * bpp + c]];
   }
+  uint32_t hist[4][256];
+  for (int c = 0; c < 4; ++c)
+    for (int level = 0; level < 256; ++level)
+      hist[c][level] = counts[0][c][level] + counts[1][c][level] + counts[2][c][level] + counts[3][c][level];
   for (int c = 0; c < 4; ++c) {
     paper[c] = 255;
     if (c >= bpp || n == 0) continue;

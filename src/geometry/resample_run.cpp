@@ -37,8 +37,9 @@ ResampleRunKernels const& ResampleRunKernelsScalar() {
 }
 
 ResampleRunKernels const& ResampleRunKernelsActive() {
-  return simd::Pick(ResampleRunKernelsScalar(), static_cast<ResampleRunKernels const*>(nullptr),
-                    QUILP_VECTOR_TABLE(ResampleRunKernelsAvx2()));
+  return simd::Pick(ResampleRunKernelsScalar(), QUILP_VECTOR_TABLE(ResampleRunKernelsSse41()),
+                    QUILP_VECTOR_TABLE(ResampleRunKernelsAvx2()),
+                    QUILP_VECTOR_TABLE(ResampleRunKernelsAvx512()));
 }
 
 }  // namespace quilp

@@ -1,5 +1,7 @@
 // resample_run.h - the inner loop of affine bilinear resampling of 8-bit images: a run of
-// destination pixels whose four taps all lie inside the source, scalar and per vector tier.
+// destination pixels whose four taps all lie inside the source, scalar and per vector tier
+// (SSE4.1 and AVX2: four and eight pixels of a slight turn per step; AVX-512: sixteen
+// pixels of any turn).
 #pragma once
 
 #include <cstddef>
@@ -17,7 +19,9 @@ struct ResampleRunKernels {
 };
 
 ResampleRunKernels const& ResampleRunKernelsScalar();
+ResampleRunKernels const& ResampleRunKernelsSse41();
 ResampleRunKernels const& ResampleRunKernelsAvx2();
+ResampleRunKernels const& ResampleRunKernelsAvx512();
 // The active tier's table.
 ResampleRunKernels const& ResampleRunKernelsActive();
 

@@ -54,29 +54,42 @@ uint64_t Protrusions(At const& at) {
   return p & out;
 }
 
+// Word k of a padded row shifted by dx in -2 .. 2: pixels 64k + dx .. 64k + dx + 63, the
+// words beside the row reading as the zero padding.
+inline uint64_t Shifted(uint64_t const* row, int k, int dx) {
+  if (dx == 0) return row[k];
+  if (dx > 0) return (row[k] << dx) | (row[k + 1] >> (64 - dx));
+  return (row[k] >> -dx) | (row[k - 1] << (64 + dx));
+}
+
+// The decisions are taken on a copy with two blank rows above and below and a blank word on
+// either side, so the neighbourhood of a word is read without bounds tests, and the flips go
+// straight into the image. A word is looked at only when it holds ink (the ink pass) or has
+// ink on two opposite sides (the paper pass): blank paper costs one test per word.
 bool BumpsAndNotches(InkBits& ink) {
   int const w = ink.Width(), h = ink.Height(), words = ink.Words();
-  InkBits flips;
-  if (!flips.Reset(w, h)) return false;
+  constexpr int kPadRows = 2;
+  InkBits padded;
+  if (w > (1 << 30) || !padded.Reset(w + 128, h + 2 * kPadRows)) return false;
+  for (int y = 0; y < h; ++y)
+    std::copy(ink.Row(y), ink.Row(y) + words, padded.Row(y + kPadRows) + 1);
   uint64_t const tail = ink.TailMask();
   for (int y = 0; y < h; ++y) {
+    uint64_t const* rows[5];
+    for (int dy = -2; dy <= 2; ++dy) rows[dy + 2] = padded.Row(y + kPadRows + dy) + 1;
+    uint64_t* out = ink.Row(y);
     for (int k = 0; k < words; ++k) {
-      auto inkAt = [&](int dy, int dx) {
-        int const yy = y + dy;
-        if (yy < 0 || yy >= h) return uint64_t(0);
-        return WordAt(ink.Row(yy), words, 64 * k + dx, 0);
-      };
-      auto paperAt = [&](int dy, int dx) { return ~inkAt(dy, dx); };
+      auto inkAt = [&](int dy, int dx) { return Shifted(rows[dy + 2], k, dx); };
+      auto paperAt = [&](int dy, int dx) { return ~Shifted(rows[dy + 2], k, dx); };
+      // A paper pixel sticks out only between ink on two opposite sides.
+      uint64_t const between = (inkAt(0, -1) & inkAt(0, 1)) | (inkAt(-1, 0) & inkAt(1, 0));
+      if (!rows[2][k] && !between) continue;
       uint64_t f = Protrusions(inkAt);
-      // A paper pixel sticks out only between ink on two opposite sides: on blank paper
-      // (most of a page) the paper pass has nothing to find.
-      if ((inkAt(0, -1) & inkAt(0, 1)) | (inkAt(-1, 0) & inkAt(1, 0))) f |= Protrusions(paperAt);
+      if (between) f |= Protrusions(paperAt);
       if (k == words - 1) f &= tail;
-      flips.Row(y)[k] = f;
+      out[k] ^= f;
     }
   }
-  for (int y = 0; y < h; ++y)
-    for (int k = 0; k < words; ++k) ink.Row(y)[k] ^= flips.Row(y)[k];
   return true;
 }
 
@@ -108,7 +121,16 @@ void PaintComponents(InkBits& ink, ComponentMap const& map, std::vector<char> co
     if (chosen[std::size_t(r.label)]) FillRun(ink.Row(r.y), r.x0, r.x1, set);
 }
 
-bool FillHoles(InkBits& ink, CleanLimits const& limits) {
+// Whether a hole of these limits would be filled (the component's box and area).
+bool SmallHole(InkComponent const& c, int w, int h, CleanLimits const& limits) {
+  bool const inside = c.left > 0 && c.top > 0 && c.right < w - 1 && c.bottom < h - 1;
+  return inside && c.area <= limits.holeArea && c.right - c.left < limits.speckSize &&
+         c.bottom - c.top < limits.speckSize;
+}
+
+// Holes by labelling all of the paper: the general way, for limits so large that a hole's
+// rows may hold runs of 64 pixels or more.
+bool FillHolesByLabels(InkBits& ink, CleanLimits const& limits) {
   int const w = ink.Width(), h = ink.Height();
   InkBits paper;
   if (!paper.Reset(w, h)) return false;
@@ -118,12 +140,73 @@ bool FillHoles(InkBits& ink, CleanLimits const& limits) {
   ComponentMap map;
   if (!LabelComponents(paper, false, map)) return false;
   std::vector<char> fill(map.components.size(), 0);
-  for (std::size_t i = 0; i < fill.size(); ++i) {
-    InkComponent const& c = map.components[i];
-    bool const inside = c.left > 0 && c.top > 0 && c.right < w - 1 && c.bottom < h - 1;
-    fill[i] = inside && c.area <= limits.holeArea && c.right - c.left < limits.speckSize &&
-              c.bottom - c.top < limits.speckSize;
+  for (std::size_t i = 0; i < fill.size(); ++i) fill[i] = SmallHole(map.components[i], w, h, limits);
+  PaintComponents(ink, map, fill, true);
+  return true;
+}
+
+// The paper pixels of a row that lie in runs of at most `longest` (< 64) pixels: the paper
+// minus its opening by a run of longest + 1 (erosion: the AND of longest + 1 shifted words;
+// dilation: the OR of as many shifted back). A word of blank paper has none.
+void ShortPaperRuns(uint64_t const* inkRow, int words, uint64_t tail, int longest,
+                    uint64_t* paper, uint64_t* eroded, uint64_t* out) {
+  auto blank = [&](int k) {  // a whole word of paper
+    return k < words && !inkRow[k] && (k < words - 1 || tail == ~uint64_t(0));
+  };
+  for (int k = 0; k < words; ++k) paper[k] = ~inkRow[k] & (k == words - 1 ? tail : ~uint64_t(0));
+  for (int k = 0; k < words; ++k) {
+    if (blank(k) && blank(k + 1)) {  // the run at every pixel reaches past the next word's start
+      eroded[k] = ~uint64_t(0);
+      continue;
+    }
+    uint64_t e = paper[k];
+    for (int t = 1; t <= longest && e; ++t) e &= WordAt(paper, words, 64 * k + t, 0);
+    eroded[k] = e;
   }
+  for (int k = 0; k < words; ++k) {
+    if (blank(k)) {  // its runs are 64 pixels or more
+      out[k] = 0;
+      continue;
+    }
+    uint64_t opened = eroded[k];
+    for (int t = 1; t <= longest; ++t) opened |= WordAt(eroded, words, 64 * k - t, 0);
+    out[k] = paper[k] & ~opened;
+  }
+}
+
+// Holes without labelling the paper. A hole that may be filled has at most holeArea pixels and
+// is at most speckSize wide, so each of its rows is a paper run of at most
+// min(holeArea, speckSize) pixels. The short paper runs are labelled (4-connected) alone;
+// a group of them that touches a longer paper run above or below belongs to a larger paper
+// component and stays; the others are whole components, judged as the general way judges them.
+bool FillHoles(InkBits& ink, CleanLimits const& limits) {
+  int64_t const longest = std::min(limits.holeArea, limits.speckSize);
+  if (longest >= 63) return FillHolesByLabels(ink, limits);
+  int const w = ink.Width(), h = ink.Height(), words = ink.Words();
+  InkBits shortRuns;
+  if (!shortRuns.Reset(w, h)) return false;
+  std::vector<uint64_t> paper(static_cast<std::size_t>(words)), eroded(paper.size());
+  for (int y = 0; y < h; ++y)
+    ShortPaperRuns(ink.Row(y), words, ink.TailMask(), int(longest), paper.data(), eroded.data(),
+                   shortRuns.Row(y));
+  ComponentMap map;
+  if (!LabelComponents(shortRuns, false, map)) return false;
+  // Longer paper over columns x0 .. x1 of row y: paper that is not in a short run.
+  auto longPaperAt = [&](int y, int x0, int x1) {
+    if (y < 0 || y >= h) return false;
+    for (int k = x0 >> 6; k <= x1 >> 6; ++k) {
+      uint64_t m = ~uint64_t(0);
+      if (k == x0 >> 6) m &= ~uint64_t(0) >> (x0 & 63);
+      if (k == x1 >> 6) m &= ~uint64_t(0) << (63 - (x1 & 63));
+      if (~ink.Row(y)[k] & ~shortRuns.Row(y)[k] & m) return true;
+    }
+    return false;
+  };
+  std::vector<char> fill(map.components.size(), 1);
+  for (InkRun const& r : map.runs)
+    if (longPaperAt(r.y - 1, r.x0, r.x1) || longPaperAt(r.y + 1, r.x0, r.x1)) fill[std::size_t(r.label)] = 0;
+  for (std::size_t i = 0; i < fill.size(); ++i)
+    fill[i] = fill[i] && SmallHole(map.components[i], w, h, limits);
   PaintComponents(ink, map, fill, true);
   return true;
 }
@@ -172,6 +255,14 @@ bool RemoveSpecks(InkBits& ink, CleanLimits const& limits) {
 bool CleanPimples(InkBits& ink, CleanLimits const& limits) {
   try {
     return BumpsAndNotches(ink) && FillHoles(ink, limits) && RemoveSpecks(ink, limits);
+  } catch (std::exception const&) {
+    return false;
+  }
+}
+
+bool FillSmallHoles(InkBits& ink, CleanLimits const& limits) {
+  try {
+    return FillHoles(ink, limits);
   } catch (std::exception const&) {
     return false;
   }

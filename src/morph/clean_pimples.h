@@ -15,7 +15,8 @@
 //     i-dot over its stem, a full stop after its word); larger ones become paper when no
 //     other ink lies within `isolation` pixels of their box (popcount over the enlarged box).
 //     Specks of at most `dustArea` pixels, smaller than any dot, go wherever they lie.
-// Cost: two labellings by runs and a few word operations per 64 pixels.
+// Cost: a labelling of the ink by runs, one of the short paper runs, and a few word
+// operations per 64 pixels that hold ink.
 #pragma once
 
 #include "morph/ink_bits.h"
@@ -37,5 +38,10 @@ CleanLimits CleanLimitsFor(int dpi, int speckSize, int isolation);
 
 // Cleans the image in place. False when memory runs out (the image is then unspecified).
 bool CleanPimples(InkBits& ink, CleanLimits const& limits);
+
+// Step 2 alone: fills the holes of the limits (holeArea, speckSize) in place. Found from the
+// short paper runs when a hole's rows are shorter than 63 pixels, else by labelling all of
+// the paper; the same holes either way. False when memory runs out.
+bool FillSmallHoles(InkBits& ink, CleanLimits const& limits);
 
 }  // namespace quilp
