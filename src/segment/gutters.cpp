@@ -1,30 +1,145 @@
-// gutters.cpp - the gutter test for gaps in text rows (see gutters.h).
+// gutters.cpp - page column gutters and the gap test (see gutters.h).
 #include "segment/gutters.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
+#include <numeric>
+#include <cstdio>
 
 namespace quilp {
 
 namespace {
 
+constexpr double kChannelHalfInches = 0.06;  // text-free each side of a channel centre
+constexpr double kChannelInches = 1.0;       // shortest page channel
+constexpr double kSideInches = 0.5;          // ink this close beside a gutter borders it
+constexpr double kLineGapInches = 0.1;     // rows between lines, beside which ink counts
+constexpr double kSidedShare = 0.4;          // of a channel's rows, from its first to last sided one
 constexpr double kWalkInches = 0.75;
-constexpr double kSideInches = 0.5;
-constexpr double kBorderedShare = 0.3;  // of one walk's rows
+constexpr double kAlignInches = 0.02;        // edges of one column or table column, with skew
+constexpr double kAlignedShare = 0.3;        // of one walk's rows
 
-// Any ink in columns a..b of row y (clipped to the image).
-bool AnyInk(InkBits const& ink, int y, int a, int b) {
+uint64_t SpanMask(int a, int b) { return (~uint64_t(0) >> a) & (~uint64_t(0) << (63 - b)); }
+
+// The first (or with `last`, the final) ink pixel of columns a..b of row y, -1 when none.
+int InkAt(InkBits const& ink, int y, int a, int b, bool last) {
   a = std::max(a, 0);
   b = std::min(b, ink.Width() - 1);
-  if (a > b) return false;
   uint64_t const* row = ink.Row(y);
-  for (int w = a >> 6; w <= b >> 6; ++w) {
-    int const lo = std::max(a, w * 64) - w * 64, hi = std::min(b, w * 64 + 63) - w * 64;
-    if (row[w] & (~uint64_t(0) >> lo) & (~uint64_t(0) << (63 - hi))) return true;
+  for (int k = 0; a <= b && k <= (b >> 6) - (a >> 6); ++k) {
+    int const w = last ? (b >> 6) - k : (a >> 6) + k;
+    uint64_t const bits = row[w] & SpanMask(std::max(a, w * 64) - w * 64, std::min(b, w * 64 + 63) - w * 64);
+    if (bits) return last ? w * 64 + 63 - std::countr_zero(bits) : w * 64 + std::countl_zero(bits);
   }
-  return false;
+  return -1;
+}
+
+bool AnyInk(InkBits const& ink, int y, int a, int b) { return InkAt(ink, y, a, b, false) >= 0; }
+
+struct Run {
+  int x, t, b;
+};
+
+// Each pixel of `out` set where `from` has a set pixel `near` to `far` columns away on the
+// side `dir` (-1 left, +1 right) along its row, or along a row up to `rows` above or below.
+void Beside(InkBits const& from, int near, int far, int dir, int rows, InkBits& out) {
+  int const words = from.Words(), height = from.Height();
+  std::vector<uint64_t> across(std::size_t(words) * std::size_t(height));
+  for (int y = 0; y < height; ++y) {
+    uint64_t const* row = from.Row(y);
+    for (int w = 0; w < words; ++w) {
+      uint64_t v = 0;
+      for (int s = near; s <= far; ++s) v |= WordAt(row, words, w * 64 + dir * s, 0);
+      across[std::size_t(y) * std::size_t(words) + std::size_t(w)] = v;
+    }
+  }
+  for (int y = 0; y < height; ++y)
+    for (int w = 0; w < words; ++w) {
+      uint64_t v = 0;
+      for (int k = std::max(0, y - rows); k <= std::min(height - 1, y + rows); ++k)
+        v |= across[std::size_t(k) * std::size_t(words) + std::size_t(w)];
+      out.Row(y)[w] = v;
+    }
+}
+
+// The runs of clear pixels of `clear`, column by column, trimmed to their first and last
+// `sided` rows, that stay at least `tall` rows long with `sided` set on `share` of them.
+std::vector<Run> SidedRuns(InkBits const& spread, InkBits const& sided, int tall, double share) {
+  std::vector<Run> runs;
+  for (int x = 0; x < spread.Width(); ++x) {
+    int start = 0;
+    for (int y = 0; y <= spread.Height(); ++y) {
+      if (y < spread.Height() && !spread.Get(x, y)) continue;
+      int first = -1, last = -1, count = 0;
+      for (int k = start; k < y && y - start >= tall; ++k) {
+        if (!sided.Get(x, k)) continue;
+        if (first < 0) first = k;
+        last = k;
+        ++count;
+      }
+      if (first >= 0 && last - first + 1 >= tall && count >= share * (last - first + 1))
+        runs.push_back(Run{x, first, last});
+      start = y + 1;
+    }
+  }
+  return runs;
 }
 
 }  // namespace
+
+bool FindGutters(InkBits const& smear, InkBits const& ink, std::vector<Box> const& solid,
+                 LayoutScale const& scale, std::vector<Box>& gutters) {
+  gutters.clear();
+  int const width = smear.Width(), height = smear.Height(), words = smear.Words();
+  int const half = scale.In(kChannelHalfInches), side = scale.In(kSideInches);
+  int const rows = scale.In(kLineGapInches);
+  try {
+    // Text spread sideways: a clear pixel has no text within `half` of it on its row.
+    InkBits spread;
+    if (!spread.Reset(width, height)) return false;
+    for (int y = 0; y < height; ++y) {
+      uint64_t const* row = smear.Row(y);
+      for (int w = 0; w < words; ++w) {
+        uint64_t v = 0;
+        for (int s = -half; s <= half; ++s) v |= WordAt(row, words, w * 64 + s, 0);
+        spread.Row(y)[w] = v;
+      }
+    }
+    for (Box const& b : solid)
+      for (int y = std::max(0, b.t); y <= std::min(height - 1, b.b); ++y)
+        for (int x = std::max(0, b.l - half); x <= std::min(width - 1, b.r + half); ++x) spread.Set(x, y);
+    // Ink close beside a pixel on both sides of its clear neighbourhood.
+    InkBits left, sided;
+    if (!left.Reset(width, height) || !sided.Reset(width, height)) return false;
+    Beside(ink, half + 1, half + side, -1, rows, left);
+    Beside(ink, half + 1, half + side, 1, rows, sided);
+    for (int y = 0; y < height; ++y)
+      for (int w = 0; w < words; ++w) sided.Row(y)[w] &= left.Row(y)[w];
+    std::vector<Run> const runs = SidedRuns(spread, sided, scale.In(kChannelInches), kSidedShare);
+    // Runs of neighbouring columns that share rows are one gutter.
+    std::vector<int> parent(runs.size());
+    std::iota(parent.begin(), parent.end(), 0);
+    std::size_t prev = 0;  // the first run of the previous column
+    for (std::size_t i = 0, begin = 0; i < runs.size(); ++i) {
+      if (i > 0 && runs[i].x != runs[i - 1].x) {
+        prev = runs[i - 1].x == runs[i].x - 1 ? begin : i;
+        begin = i;
+      }
+      for (std::size_t j = prev; j < begin; ++j)
+        if (runs[j].t <= runs[i].b && runs[i].t <= runs[j].b)
+          parent[std::size_t(FindRoot(parent, int(j)))] = FindRoot(parent, int(i));
+    }
+    std::vector<Box> boxes(runs.size());
+    for (std::size_t i = 0; i < runs.size(); ++i)
+      boxes[std::size_t(FindRoot(parent, int(i)))].Add(Box{runs[i].x, runs[i].t, runs[i].x, runs[i].b});
+    for (Box const& b : boxes)
+      if (!b.Empty()) gutters.push_back(b);
+    return true;
+  } catch (std::bad_alloc const&) {
+    return false;
+  }
+}
 
 bool IsGutter(InkBits const& text, InkBits const& ink, std::vector<Box> const& walls, int top,
               int bottom, int g0, int g1, LayoutScale const& scale) {
@@ -32,16 +147,21 @@ bool IsGutter(InkBits const& text, InkBits const& ink, std::vector<Box> const& w
   for (Box const& wall : walls)
     if (Intersects(wall, gap)) return true;
   int const walk = scale.In(kWalkInches), side = scale.In(kSideInches);
+  int const align = scale.In(kAlignInches);
   int const x = (g0 + g1) / 2;
-  int bordered = 0;
+  int aligned = 0;
   for (int dir = -1; dir <= 1; dir += 2) {
     for (int k = 1; k <= walk; ++k) {
       int const row = dir < 0 ? top - k : bottom + k;
       if (row < 0 || row >= ink.Height() || AnyInk(text, row, x - 1, x + 1)) break;
-      if (AnyInk(ink, row, g0 - side, g0 - 1) && AnyInk(ink, row, g1 + 1, g1 + side)) ++bordered;
+      int const starts = InkAt(ink, row, x + 2, g1 + side, false);
+      int const ends = InkAt(ink, row, g0 - side, x - 2, true);
+      if (starts >= 0 && ends >= 0 &&
+          (std::abs(starts - (g1 + 1)) <= align || std::abs(ends - (g0 - 1)) <= align))
+        ++aligned;
     }
   }
-  return bordered >= kBorderedShare * walk;
+  return aligned >= kAlignedShare * walk;
 }
 
 }  // namespace quilp

@@ -14,8 +14,6 @@ namespace {
 
 constexpr double kSmearInches = 0.12;
 constexpr double kMaxSpaceInches = 0.6;   // widest space joined inside a line, when no gutter
-constexpr double kWideSpaceInches = 0.3;  // spaces this wide are joined whatever the height
-constexpr double kMaxSpaceShare = 2.5;    // of the smaller piece's height, for larger type
 constexpr double kBridgeHeightRatio = 1.3;  // a spanning line of like height
 constexpr double kBridgeReach = 1.5;        // heights from the pieces
 constexpr double kBandOverlap = 0.5;      // rows shared by two pieces of one line
@@ -167,15 +165,14 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBit
         parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);  // a dot or accent
     }
   }
-  int const widest = scale.In(kMaxSpaceInches), wide = scale.In(kWideSpaceInches);
+  int const widest = scale.In(kMaxSpaceInches);
   for (int i = 0; i < n; ++i) {
     int const j = right[std::size_t(i)];
     if (j < 0) continue;
     Box const& p = pieces[std::size_t(i)];
     Box const& q = pieces[std::size_t(j)];
     int const gap = gapTo[std::size_t(i)];
-    int const limit = std::max(wide, int(kMaxSpaceShare * std::min(p.Height(), q.Height())));
-    if (gap > widest || (gap > limit && !Bridged(pieces, p, q))) continue;
+    if (gap > widest && !Bridged(pieces, p, q)) continue;
     if (IsGutter(text, ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
     parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
@@ -214,13 +211,16 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
     }
     if (x0 >= 0) SetSpan(smear, y, x0, x1);
   }
+  std::vector<Box> barriers;  // rules and column gutters: nothing is joined across them
+  if (!FindGutters(smear, ink, covered, scale, barriers)) return false;
+  barriers.insert(barriers.end(), walls.begin(), walls.end());
   ComponentMap pieces;
   if (!LabelComponents(smear, true, pieces)) return false;
   std::vector<Box> found;
   found.reserve(pieces.components.size());
   for (InkComponent const& c : pieces.components)
     found.push_back(Box{c.left, c.top, c.right, c.bottom});
-  std::vector<Box> lines = JoinPieces(std::move(found), text, ink, walls, scale);
+  std::vector<Box> lines = JoinPieces(std::move(found), text, ink, barriers, scale);
   std::sort(lines.begin(), lines.end(), [](Box const& a, Box const& b) {
     return a.t != b.t ? a.t < b.t : a.l < b.l;
   });
@@ -235,7 +235,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
     Box const& a = lines[std::size_t(i)];
     Box const& b = lines[std::size_t(j)];
     Box const between{std::max(a.l, b.l), a.b, std::min(a.r, b.r), b.t};
-    if (Joinable(a, b) && !Walled(walls, between))
+    if (Joinable(a, b) && !Walled(barriers, between))
       parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<int> blockOf(std::size_t(n), -1);
@@ -250,7 +250,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
     out.blocks[std::size_t(b)].Add(lines[std::size_t(i)]);
     out.lines[std::size_t(b)].push_back(lines[std::size_t(i)]);
   }
-  JoinColumnPieces(out.blocks, out.lines, walls, scale);
+  JoinColumnPieces(out.blocks, out.lines, barriers, scale);
   return true;
 }
 
