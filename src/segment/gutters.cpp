@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <new>
 #include <numeric>
-#include <cstdio>
 
 namespace quilp {
 
@@ -141,7 +140,7 @@ bool FindGutters(InkBits const& smear, InkBits const& ink, std::vector<Box> cons
   }
 }
 
-bool IsGutter(InkBits const& text, InkBits const& ink, std::vector<Box> const& walls, int top,
+bool IsGutter(InkBits const& ink, std::vector<Box> const& walls, int top,
               int bottom, int g0, int g1, LayoutScale const& scale) {
   Box const gap{g0, top, g1, bottom};
   for (Box const& wall : walls)
@@ -153,7 +152,7 @@ bool IsGutter(InkBits const& text, InkBits const& ink, std::vector<Box> const& w
   for (int dir = -1; dir <= 1; dir += 2) {
     for (int k = 1; k <= walk; ++k) {
       int const row = dir < 0 ? top - k : bottom + k;
-      if (row < 0 || row >= ink.Height() || AnyInk(text, row, x - 1, x + 1)) break;
+      if (row < 0 || row >= ink.Height() || AnyInk(ink, row, x - 1, x + 1)) break;
       int const starts = InkAt(ink, row, x + 2, g1 + side, false);
       int const ends = InkAt(ink, row, g0 - side, x - 2, true);
       if (starts >= 0 && ends >= 0 &&

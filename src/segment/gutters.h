@@ -13,7 +13,7 @@
 // The gap test handles what is too short for a page channel (a table's columns, a short
 // section of two columns): a gap between two pieces of one row is a gutter when the white
 // space through it runs on up or down the page (three quarters of an inch each way, stopping
-// where the gap's middle column meets text) beside text whose edges line up with the gap's:
+// where the gap's middle column meets ink) beside text whose edges line up with the gap's:
 // rows where the ink right of the gap starts where the right piece starts, or the ink left of
 // it ends where the left piece ends, must number 30% of one walk. The wide spaces of a
 // justified line line up with nothing; the cells of a table start together; a column starts
@@ -33,11 +33,10 @@ namespace quilp {
 bool FindGutters(InkBits const& smear, InkBits const& ink, std::vector<Box> const& solid,
                  LayoutScale const& scale, std::vector<Box>& gutters);
 
-// Whether columns g0..g1, between two pieces of text covering rows top..bottom, are a gutter:
-// the walk stops on `text` (the reduced text ink), the sides look at `ink` (all of it, so a
-// table or picture beside a gutter counts). `walls` are the boxes of the page's rules and
-// gutters.
-bool IsGutter(InkBits const& text, InkBits const& ink, std::vector<Box> const& walls, int top,
+// Whether columns g0..g1, between two pieces of text covering rows top..bottom, are a gutter,
+// on the reduced page `ink` (all of it, so a table or picture beside a gutter counts and one
+// below the gap ends the walk). `walls` are the boxes of the page's rules and gutters.
+bool IsGutter(InkBits const& ink, std::vector<Box> const& walls, int top,
               int bottom, int g0, int g1, LayoutScale const& scale);
 
 }  // namespace quilp

@@ -141,7 +141,7 @@ bool Bridged(std::vector<Box> const& pieces, Box const& p, Box const& q) {
 
 // Pieces of one row band joined across wider spaces that are no gutters: each piece with its
 // nearest neighbour to the right that shares most of its rows.
-std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBits const& ink,
+std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink,
                             std::vector<Box> const& walls, LayoutScale const& scale) {
   std::sort(pieces.begin(), pieces.end(), [](Box const& a, Box const& b) { return a.t < b.t; });
   int const n = int(pieces.size());
@@ -173,7 +173,7 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBit
     Box const& q = pieces[std::size_t(j)];
     int const gap = gapTo[std::size_t(i)];
     if (gap > widest && !Bridged(pieces, p, q)) continue;
-    if (IsGutter(text, ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
+    if (IsGutter(ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
     parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<Box> joined(static_cast<std::size_t>(n));
@@ -192,15 +192,14 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
   int const width = ink.Width(), height = ink.Height();
   out.blocks.clear();
   out.lines.clear();
-  InkBits smear, text;
-  if (!smear.Reset(width, height) || !text.Reset(width, height)) return false;
+  InkBits smear;
+  if (!smear.Reset(width, height)) return false;
   int const reach = scale.In(kSmearInches);
   for (int y = 0; y < height; ++y) {
     int x0 = -1, x1 = -1;
     for (int i = map.rowStart[std::size_t(y)]; i < map.rowStart[std::size_t(y) + 1]; ++i) {
       InkRun run = map.runs[std::size_t(i)];
       if (!isText[std::size_t(run.label)] || !ClipToUncovered(covered, y, run)) continue;
-      SetSpan(text, y, run.x0, run.x1);
       if (x0 >= 0 && run.x0 - x1 - 1 <= reach) {
         x1 = std::max(x1, run.x1);
         continue;
@@ -220,7 +219,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
   found.reserve(pieces.components.size());
   for (InkComponent const& c : pieces.components)
     found.push_back(Box{c.left, c.top, c.right, c.bottom});
-  std::vector<Box> lines = JoinPieces(std::move(found), text, ink, barriers, scale);
+  std::vector<Box> lines = JoinPieces(std::move(found), ink, barriers, scale);
   std::sort(lines.begin(), lines.end(), [](Box const& a, Box const& b) {
     return a.t != b.t ? a.t < b.t : a.l < b.l;
   });
