@@ -14,6 +14,7 @@ constexpr double kChannelHalfInches = 0.06;  // text-free each side of a channel
 constexpr double kChannelInches = 1.0;       // shortest page channel
 constexpr double kSideInches = 0.5;          // ink this close beside a gutter borders it
 constexpr double kLineGapInches = 0.1;     // rows between lines, beside which ink counts
+constexpr double kUnsidedInches = 0.5;     // a gutter ends after this far with nothing beside
 constexpr double kSidedShare = 0.4;          // of a channel's rows, from its first to last sided one
 constexpr double kWalkInches = 0.75;
 constexpr double kAlignInches = 0.02;        // edges of one column or table column, with skew
@@ -62,25 +63,28 @@ void Beside(InkBits const& from, int near, int far, int dir, int rows, InkBits& 
     }
 }
 
-// The runs of clear pixels of `clear`, column by column, trimmed to their first and last
-// `sided` rows, that stay at least `tall` rows long with `sided` set on `share` of them.
-std::vector<Run> SidedRuns(InkBits const& spread, InkBits const& sided, int tall, double share) {
+// The stretches of the clear columns of `spread` that have `sided` rows on `share` of them,
+// at least `tall` rows long: a run of clear pixels, column by column, is cut where it goes
+// more than `unsided` rows without a sided one, and each piece trimmed to its sided rows.
+std::vector<Run> SidedRuns(InkBits const& spread, InkBits const& sided, int tall, int unsided,
+                           double share) {
   std::vector<Run> runs;
   for (int x = 0; x < spread.Width(); ++x) {
-    int start = 0;
-    for (int y = 0; y <= spread.Height(); ++y) {
-      if (y < spread.Height() && !spread.Get(x, y)) continue;
-      int first = -1, last = -1, count = 0;
-      for (int k = start; k < y && y - start >= tall; ++k) {
-        if (!sided.Get(x, k)) continue;
-        if (first < 0) first = k;
-        last = k;
-        ++count;
-      }
+    int first = -1, last = -1, count = 0;
+    auto close = [&] {
       if (first >= 0 && last - first + 1 >= tall && count >= share * (last - first + 1))
         runs.push_back(Run{x, first, last});
-      start = y + 1;
+      first = -1;
+      count = 0;
+    };
+    for (int y = 0; y < spread.Height(); ++y) {
+      if (spread.Get(x, y) || (first >= 0 && y - last > unsided)) close();
+      if (spread.Get(x, y) || !sided.Get(x, y)) continue;
+      if (first < 0) first = y;
+      last = y;
+      ++count;
     }
+    close();
   }
   return runs;
 }
@@ -115,7 +119,7 @@ bool FindGutters(InkBits const& smear, InkBits const& ink, std::vector<Box> cons
     Beside(ink, half + 1, half + side, 1, rows, sided);
     for (int y = 0; y < height; ++y)
       for (int w = 0; w < words; ++w) sided.Row(y)[w] &= left.Row(y)[w];
-    std::vector<Run> const runs = SidedRuns(spread, sided, scale.In(kChannelInches), kSidedShare);
+    std::vector<Run> const runs = SidedRuns(spread, sided, scale.In(kChannelInches), scale.In(kUnsidedInches), kSidedShare);
     // Runs of neighbouring columns that share rows are one gutter.
     std::vector<int> parent(runs.size());
     std::iota(parent.begin(), parent.end(), 0);

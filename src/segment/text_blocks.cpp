@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <new>
 #include <numeric>
+#include <cstdio>
 
 #include "segment/gutters.h"
 
@@ -212,6 +213,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
   }
   std::vector<Box> barriers;  // rules and column gutters: nothing is joined across them
   if (!FindGutters(smear, ink, covered, scale, barriers)) return false;
+  if (getenv("QDBG")) for (Box const& g : barriers) fprintf(stderr, "gutter %d %d %d %d\n", g.l*scale.factor, g.t*scale.factor, g.r*scale.factor, g.b*scale.factor);
   barriers.insert(barriers.end(), walls.begin(), walls.end());
   ComponentMap pieces;
   if (!LabelComponents(smear, true, pieces)) return false;
