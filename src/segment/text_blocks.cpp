@@ -89,6 +89,18 @@ bool Walled(std::vector<Box> const& walls, Box const& box) {
   return false;
 }
 
+// Whether one of the lines reaches across a gutter or rule that the other stands beside (a
+// caption over two columns and the first line of one of them, when skew puts that line
+// nearer).
+bool AcrossColumns(std::vector<Box> const& barriers, Box const& a, Box const& b) {
+  auto spansBeside = [](Box const& wide, Box const& narrow, Box const& g) {
+    return g.l > wide.l && g.r < wide.r && (g.r < narrow.l || g.l > narrow.r) && OverlapY(g, narrow) > 0;
+  };
+  for (Box const& g : barriers)
+    if (spansBeside(a, b, g) || spansBeside(b, a, g)) return true;
+  return false;
+}
+
 bool Joinable(Box const& a, Box const& b) {
   int const ha = a.Height(), hb = b.Height();
   int const gap = b.t - a.b - 1;
@@ -236,7 +248,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
     Box const& a = lines[std::size_t(i)];
     Box const& b = lines[std::size_t(j)];
     Box const between{std::max(a.l, b.l), a.b, std::min(a.r, b.r), b.t};
-    if (Joinable(a, b) && !Walled(barriers, between))
+    if (Joinable(a, b) && !Walled(barriers, between) && !AcrossColumns(barriers, a, b))
       parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<int> blockOf(std::size_t(n), -1);
