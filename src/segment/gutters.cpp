@@ -17,7 +17,7 @@ constexpr double kLineGapInches = 0.1;     // rows between lines, beside which i
 constexpr double kUnsidedInches = 0.5;     // a gutter ends after this far with nothing beside
 constexpr double kSidedShare = 0.4;          // of a channel's rows, from its first to last sided one
 constexpr double kWalkInches = 0.75;
-constexpr double kAlignInches = 0.02;        // edges of one column or table column, with skew
+constexpr double kAlignInches = 0.01;        // edges of one column or table column, with skew
 constexpr double kAlignedShare = 0.3;        // of one walk's rows
 
 uint64_t SpanMask(int a, int b) { return (~uint64_t(0) >> a) & (~uint64_t(0) << (63 - b)); }
