@@ -178,19 +178,23 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink,
         parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);  // a dot or accent
     }
   }
+  // Spaces up to the widest first; then wider ones bridged by a line so joined.
   int const widest = scale.In(kMaxSpaceInches);
-  for (int i = 0; i < n; ++i) {
-    int const j = right[std::size_t(i)];
-    if (j < 0) continue;
-    Box const& p = pieces[std::size_t(i)];
-    Box const& q = pieces[std::size_t(j)];
-    int const gap = gapTo[std::size_t(i)];
-    if (gap > widest && !Bridged(pieces, p, q)) continue;
-    if (IsGutter(ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
-    parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
+  std::vector<Box> joined;
+  for (int pass = 0; pass < 2; ++pass) {
+    for (int i = 0; i < n; ++i) {
+      int const j = right[std::size_t(i)];
+      if (j < 0) continue;
+      Box const& p = pieces[std::size_t(i)];
+      Box const& q = pieces[std::size_t(j)];
+      int const gap = gapTo[std::size_t(i)];
+      if ((gap > widest) != (pass == 1) || (pass == 1 && !Bridged(joined, p, q))) continue;
+      if (IsGutter(ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
+      parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
+    }
+    joined.assign(std::size_t(n), Box{});
+    for (int i = 0; i < n; ++i) joined[std::size_t(FindRoot(parent, i))].Add(pieces[std::size_t(i)]);
   }
-  std::vector<Box> joined(static_cast<std::size_t>(n));
-  for (int i = 0; i < n; ++i) joined[std::size_t(FindRoot(parent, i))].Add(pieces[std::size_t(i)]);
   std::vector<Box> lines;
   for (Box const& b : joined)
     if (!b.Empty()) lines.push_back(b);
