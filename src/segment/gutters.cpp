@@ -18,24 +18,7 @@ constexpr double kUnsidedInches = 0.5;     // a gutter ends after this far with 
 constexpr double kSidedShare = 0.4;          // of a channel's rows, from its first to last sided one
 constexpr double kWalkInches = 0.75;
 constexpr double kAlignInches = 0.01;        // edges of one column or table column, with skew
-constexpr double kAlignedShare = 0.3;        // of one walk's rows
-
-uint64_t SpanMask(int a, int b) { return (~uint64_t(0) >> a) & (~uint64_t(0) << (63 - b)); }
-
-// The first (or with `last`, the final) ink pixel of columns a..b of row y, -1 when none.
-int InkAt(InkBits const& ink, int y, int a, int b, bool last) {
-  a = std::max(a, 0);
-  b = std::min(b, ink.Width() - 1);
-  uint64_t const* row = ink.Row(y);
-  for (int k = 0; a <= b && k <= (b >> 6) - (a >> 6); ++k) {
-    int const w = last ? (b >> 6) - k : (a >> 6) + k;
-    uint64_t const bits = row[w] & SpanMask(std::max(a, w * 64) - w * 64, std::min(b, w * 64 + 63) - w * 64);
-    if (bits) return last ? w * 64 + 63 - std::countr_zero(bits) : w * 64 + std::countl_zero(bits);
-  }
-  return -1;
-}
-
-bool AnyInk(InkBits const& ink, int y, int a, int b) { return InkAt(ink, y, a, b, false) >= 0; }
+constexpr int kAlignedLines = 2;             // along one gap's walk
 
 struct Run {
   int x, t, b;
@@ -144,27 +127,39 @@ bool FindGutters(InkBits const& smear, InkBits const& ink, std::vector<Box> cons
   }
 }
 
-bool IsGutter(InkBits const& ink, std::vector<Box> const& walls, int top,
-              int bottom, int g0, int g1, LayoutScale const& scale) {
-  Box const gap{g0, top, g1, bottom};
+bool IsGutter(std::vector<Box> const& pieces, std::vector<Box> const& walls, Box const& p,
+              Box const& q, LayoutScale const& scale) {
+  int const top = std::min(p.t, q.t), bottom = std::max(p.b, q.b);
+  Box const gap{p.r + 1, top, q.l - 1, bottom};
   for (Box const& wall : walls)
     if (Intersects(wall, gap)) return true;
   int const walk = scale.In(kWalkInches), side = scale.In(kSideInches);
   int const align = scale.In(kAlignInches);
-  int const x = (g0 + g1) / 2;
-  int aligned = 0;
-  for (int dir = -1; dir <= 1; dir += 2) {
-    for (int k = 1; k <= walk; ++k) {
-      int const row = dir < 0 ? top - k : bottom + k;
-      if (row < 0 || row >= ink.Height() || AnyInk(ink, row, x - 1, x + 1)) break;
-      int const starts = InkAt(ink, row, x + 2, g1 + side, false);
-      int const ends = InkAt(ink, row, g0 - side, x - 2, true);
-      if (starts >= 0 && ends >= 0 &&
-          (std::abs(starts - (g1 + 1)) <= align || std::abs(ends - (g0 - 1)) <= align))
-        ++aligned;
-    }
+  int const x = (gap.l + gap.r) / 2;
+  // The walk up and down the gap's middle ends at the first piece across it.
+  int upTo = top - walk, downTo = bottom + walk;
+  for (Box const& k : pieces) {
+    if (k.l > x + 1 || k.r < x - 1) continue;
+    if (k.b < top) upTo = std::max(upTo, k.b + 1);
+    if (k.t > bottom) downTo = std::min(downTo, k.t - 1);
   }
-  return aligned >= kAlignedShare * walk;
+  // Pieces along the walk that start with q or end with p, being no copy of it (the same
+  // word, or one as wide, one line down), with text on the gap's other side.
+  auto within = [&](Box const& k) { return k.t >= upTo && k.b <= downTo && (k.b < top || k.t > bottom); };
+  auto beside = [&](Box const& k, bool left) {
+    for (Box const& m : pieces)
+      if (within(m) && OverlapY(m, k) > 0 && (left ? m.r < x && m.r >= gap.l - side : m.l > x && m.l <= gap.r + side))
+        return true;
+    return false;
+  };
+  int lines = 0;
+  for (Box const& k : pieces) {
+    if (!within(k)) continue;
+    bool const starts = std::abs(k.l - q.l) <= align && std::abs(k.r - q.r) > align;
+    bool const ends = std::abs(k.r - p.r) <= align && std::abs(k.l - p.l) > align;
+    if ((starts && beside(k, true)) || (ends && beside(k, false))) ++lines;
+  }
+  return lines >= kAlignedLines;
 }
 
 }  // namespace quilp

@@ -33,10 +33,10 @@ namespace quilp {
 bool FindGutters(InkBits const& smear, InkBits const& ink, std::vector<Box> const& solid,
                  LayoutScale const& scale, std::vector<Box>& gutters);
 
-// Whether columns g0..g1, between two pieces of text covering rows top..bottom, are a gutter,
-// on the reduced page `ink` (all of it, so a table or picture beside a gutter counts and one
-// below the gap ends the walk). `walls` are the boxes of the page's rules and gutters.
-bool IsGutter(InkBits const& ink, std::vector<Box> const& walls, int top,
-              int bottom, int g0, int g1, LayoutScale const& scale);
+// Whether the gap between the pieces of text `p` and `q` (q right of p, on the same rows) is a
+// gutter, among the reduced page's text `pieces`; `walls` are the boxes of its rules and
+// gutters.
+bool IsGutter(std::vector<Box> const& pieces, std::vector<Box> const& walls, Box const& p,
+              Box const& q, LayoutScale const& scale);
 
 }  // namespace quilp

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <new>
 #include <numeric>
-#include <cstdio>
 
 #include "segment/gutters.h"
 
@@ -154,7 +153,7 @@ bool Bridged(std::vector<Box> const& pieces, Box const& p, Box const& q) {
 
 // Pieces of one row band joined across wider spaces that are no gutters: each piece with its
 // nearest neighbour to the right that shares most of its rows.
-std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink,
+std::vector<Box> JoinPieces(std::vector<Box> pieces,
                             std::vector<Box> const& walls, LayoutScale const& scale) {
   std::sort(pieces.begin(), pieces.end(), [](Box const& a, Box const& b) { return a.t < b.t; });
   int const n = int(pieces.size());
@@ -189,7 +188,7 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& ink,
       Box const& q = pieces[std::size_t(j)];
       int const gap = gapTo[std::size_t(i)];
       if ((gap > widest) != (pass == 1) || (pass == 1 && !Bridged(joined, p, q))) continue;
-      if (IsGutter(ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
+      if (IsGutter(pieces, walls, p, q, scale)) continue;
       parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
     }
     joined.assign(std::size_t(n), Box{});
@@ -227,17 +226,16 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
     }
     if (x0 >= 0) SetSpan(smear, y, x0, x1);
   }
-  std::vector<Box> barriers;  // rules and column gutters: nothing is joined across them
-  if (!FindGutters(smear, ink, covered, scale, barriers)) return false;
-  if (getenv("QDBG")) for (Box const& g : barriers) fprintf(stderr, "gutter %d %d %d %d\n", g.l*scale.factor, g.t*scale.factor, g.r*scale.factor, g.b*scale.factor);
-  barriers.insert(barriers.end(), walls.begin(), walls.end());
   ComponentMap pieces;
   if (!LabelComponents(smear, true, pieces)) return false;
   std::vector<Box> found;
   found.reserve(pieces.components.size());
   for (InkComponent const& c : pieces.components)
     found.push_back(Box{c.left, c.top, c.right, c.bottom});
-  std::vector<Box> lines = JoinPieces(std::move(found), ink, barriers, scale);
+  std::vector<Box> barriers;  // rules and column gutters: nothing is joined across them
+  if (!FindGutters(smear, ink, covered, scale, barriers)) return false;
+  barriers.insert(barriers.end(), walls.begin(), walls.end());
+  std::vector<Box> lines = JoinPieces(std::move(found), barriers, scale);
   std::sort(lines.begin(), lines.end(), [](Box const& a, Box const& b) {
     return a.t != b.t ? a.t < b.t : a.l < b.l;
   });
