@@ -16,6 +16,7 @@ constexpr double kSideInches = 0.5;          // ink this close beside a gutter b
 constexpr double kLineGapInches = 0.1;     // rows between lines, beside which ink counts
 constexpr double kUnsidedInches = 0.5;     // a gutter ends after this far with nothing beside
 constexpr double kSidedShare = 0.4;          // of a channel's rows, from its first to last sided one
+constexpr double kNarrowestInches = 0.2;    // of a table's column gap or a gutter beside a short column
 constexpr double kWalkInches = 0.75;
 constexpr double kAlignInches = 0.01;        // edges of one column or table column, with skew
 constexpr int kAlignedLines = 2;             // along one gap's walk
@@ -133,6 +134,7 @@ bool IsGutter(std::vector<Box> const& pieces, std::vector<Box> const& walls, Box
   Box const gap{p.r + 1, top, q.l - 1, bottom};
   for (Box const& wall : walls)
     if (Intersects(wall, gap)) return true;
+  if (gap.Width() < scale.In(kNarrowestInches)) return false;
   int const walk = scale.In(kWalkInches), side = scale.In(kSideInches);
   int const align = scale.In(kAlignInches);
   int const x = (gap.l + gap.r) / 2;
