@@ -1,23 +1,26 @@
 // gutters.h - column gutters of the reduced page, and the gutter test for gaps in text rows.
 //
 // Column gutters are found from the page's white space before any line is built: a column
-// of the smeared text image (word spaces under 0.12 inch already closed) whose neighbourhood
-// 0.06 inch each way is free of text for at least an inch down the page is a channel centre;
-// side-by-side centres whose runs share rows form one channel. A channel is a gutter when, on
-// at least 40% of its rows, there is ink (text, tables or pictures) within half an inch on each
-// side of it: page margins have nothing beyond them, and a run of aligned wide spaces in a
-// justified column (a river) seldom lasts an inch. An inch of skew at one degree drifts under
-// 0.02 inch, well inside the channel. Cost: a few word operations per reduced pixel for the
-// horizontal spread, one pass per column for the runs, and a row walk per channel.
+// of the smeared text image (word spaces under 0.12 inch already closed; pictures and tables
+// filled in) whose neighbourhood 0.06 inch each way is free of text is a channel centre. Down
+// each such column, the rows with ink within half an inch on both sides of the clear
+// neighbourhood (looking 0.1 inch up and down too, across the space between lines) are its
+// sided rows; a stretch of them, cut where half an inch passes without one, is a gutter
+// piece when it is at least an inch long and 40% sided. Page margins have nothing beyond
+// them; a run of aligned wide spaces in a justified column (a river) seldom lasts an inch.
+// Side-by-side pieces sharing rows are one gutter. At one degree of skew an inch of gutter
+// drifts under 0.02 inch, well inside the channel. Cost: a few word operations per reduced
+// pixel for the sideways spreads, and one pass down each column.
 //
-// The gap test handles what is too short for a page channel (a table's columns, a short
-// section of two columns): a gap between two pieces of one row is a gutter when the white
-// space through it runs on up or down the page (three quarters of an inch each way, stopping
-// where the gap's middle column meets ink) beside text whose edges line up with the gap's:
-// rows where the ink right of the gap starts where the right piece starts, or the ink left of
-// it ends where the left piece ends, must number 30% of one walk. The wide spaces of a
-// justified line line up with nothing; the cells of a table start together; a column starts
-// its lines at one edge. A rule across the gap is a gutter whatever the text around it.
+// The gap test handles what is too short for a page gutter (a table's columns, a short
+// section of two columns): a gap of at least 0.2 inch between two pieces of one row is a
+// gutter when, walking up and down its middle column for three quarters of an inch (until a
+// piece crosses it), two more pieces start where the right piece starts or end where the
+// left one ends, with text on the gap's other side of their row. Pieces as wide as the one
+// they line up with do not count: they are the same word one line down (the last words of
+// justified lines all end at the margin). The cells of a table start together; a column
+// starts its lines at one edge; the wide spaces of a justified line line up with nothing.
+// A rule or page gutter across the gap is a gutter whatever the text around it.
 #pragma once
 
 #include <vector>

@@ -139,10 +139,10 @@ void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& l
 
 // Whether a line of like height just above or below spans both pieces: then the space between
 // them lies inside one column (the few words of a justified line spread wide).
-bool Bridged(std::vector<Box> const& pieces, Box const& p, Box const& q) {
+bool Bridged(std::vector<Box> const& lines, Box const& p, Box const& q) {
   int const h = std::min(p.Height(), q.Height());
   int const top = std::min(p.t, q.t), bottom = std::max(p.b, q.b);
-  for (Box const& k : pieces) {
+  for (Box const& k : lines) {
     if (k.l > p.l || k.r < q.r || k.Height() > kBridgeHeightRatio * h || k.Height() * kBridgeHeightRatio < h)
       continue;
     int const distance = k.b < top ? top - k.b : k.t > bottom ? k.t - bottom : -1;
