@@ -12,13 +12,14 @@ namespace {
 
 constexpr double kChannelHalfInches = 0.06;  // text-free each side of a channel centre
 constexpr double kChannelInches = 1.0;       // shortest page channel
-constexpr double kSideInches = 0.5;          // ink this close beside a gutter borders it
+constexpr double kSideInches = 0.5;          // ink this close beside a gap borders it
 constexpr double kLineGapInches = 0.1;     // rows between lines, beside which ink counts
 constexpr double kUnsidedInches = 0.5;     // a gutter ends after this far with nothing beside
 constexpr double kSidedShare = 0.4;          // of a channel's rows, from its first to last sided one
 constexpr double kNarrowestInches = 0.2;    // of a table's column gap or a gutter beside a short column
 constexpr double kWalkInches = 0.75;
 constexpr double kAlignInches = 0.01;        // edges of one column or table column, with skew
+constexpr double kWordInches = 0.75;         // pieces narrower than this may be single words
 constexpr int kAlignedLines = 2;             // along one gap's walk
 
 struct Run {
@@ -71,6 +72,13 @@ std::vector<Run> SidedRuns(InkBits const& spread, InkBits const& sided, int tall
     close();
   }
   return runs;
+}
+
+// Whether `k` is as wide as the word `w` at the same place, one line down: two lines ending
+// in words of one width at a justified margin. Pieces wider than a word (whole lines of a
+// justified column) are no copies: their shared edges are the column's.
+bool Copy(Box const& k, Box const& w, int align, int word) {
+  return w.Width() < word && std::abs(k.l - w.l) <= align && std::abs(k.r - w.r) <= align;
 }
 
 }  // namespace
@@ -136,7 +144,7 @@ bool IsGutter(std::vector<Box> const& pieces, std::vector<Box> const& walls, Box
     if (Intersects(wall, gap)) return true;
   if (gap.Width() < scale.In(kNarrowestInches)) return false;
   int const walk = scale.In(kWalkInches), side = scale.In(kSideInches);
-  int const align = scale.In(kAlignInches);
+  int const align = scale.In(kAlignInches), word = scale.In(kWordInches);
   int const x = (gap.l + gap.r) / 2;
   // The walk up and down the gap's middle ends at the first piece across it.
   int upTo = top - walk, downTo = bottom + walk;
@@ -157,9 +165,9 @@ bool IsGutter(std::vector<Box> const& pieces, std::vector<Box> const& walls, Box
   int lines = 0;
   for (Box const& k : pieces) {
     if (!within(k)) continue;
-    bool const starts = std::abs(k.l - q.l) <= align && std::abs(k.r - q.r) > align;
-    bool const ends = std::abs(k.r - p.r) <= align && std::abs(k.l - p.l) > align;
-    if ((starts && beside(k, true)) || (ends && beside(k, false))) ++lines;
+    bool const starts = std::abs(k.l - q.l) <= align && !Copy(k, q, align, word);
+    bool const ends = std::abs(k.r - p.r) <= align && !Copy(k, p, align, word);
+    if ((starts && (k.Width() >= word || beside(k, true))) || (ends && (k.Width() >= word || beside(k, false)))) ++lines;
   }
   return lines >= kAlignedLines;
 }

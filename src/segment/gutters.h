@@ -16,10 +16,12 @@
 // section of two columns): a gap of at least 0.2 inch between two pieces of one row is a
 // gutter when, walking up and down its middle column for three quarters of an inch (until a
 // piece crosses it), two more pieces start where the right piece starts or end where the
-// left one ends, with text on the gap's other side of their row. Pieces as wide as the one
-// they line up with do not count: they are the same word one line down (the last words of
-// justified lines all end at the margin). The cells of a table start together; a column
-// starts its lines at one edge; the wide spaces of a justified line line up with nothing.
+// left one ends (to a hundredth of an inch), each either wider than a word (3/4 inch: the
+// lines of a justified column beside the gap, whatever stands across it) or with text on
+// the gap's other side of its row. A word-sized piece exactly as wide as the one it lines
+// up with does not count: it is the same word one line down (the last words of justified
+// lines all end at the margin). The cells of a table start together; a column starts its
+// lines at one edge; the wide spaces of a justified line line up with nothing.
 // A rule or page gutter across the gap is a gutter whatever the text around it.
 #pragma once
 
