@@ -1165,9 +1165,17 @@ QUILP_API int DibSprintGrey(DibInfo* dib, tagRect32* rect, int columns, char* bu
  *     paper rows across; everything mostly inside them is theirs, and text touching them
  *     (a close caption) stays text; ruled tables: components that are grids of at least two
  *     rules each way; line art: other large components with under 15% ink;
- *   - text: the rest, smeared along rows across gaps up to 0.12 inch into lines; a line joins
- *     the line below when each is the other's only near neighbour, so a title over two
- *     columns never joins either column and no block crosses a gutter;
+ *   - column gutters, found from the page's white space before any line is built: channels
+ *     free of text 0.06 inch each side for at least an inch down the page, with ink within
+ *     half an inch on both sides on 40% of their rows (pictures and tables block them);
+ *   - text: the rest, smeared along rows across gaps up to 0.12 inch into pieces; pieces of
+ *     one row join across any space up to 0.6 inch (wider when a joined line of like height
+ *     above or below spans both) unless a gutter or a rule parts them, or the space is at
+ *     least 0.2 inch wide with two more lines along it that start or end at its edges (a
+ *     table's columns, a short section of two columns); a line joins the line below when each
+ *     is the other's only near neighbour and neither reaches across a gutter the other
+ *     stands beside, so a title over two columns never joins either column and no block
+ *     crosses a gutter;
  *   - tables without rulings: narrow text blocks (under 1.2 inch) side by side whose lines
  *     sit at the same heights, with the rules of one width stacked above and below them;
  *   - noise: text blocks under 0.05 inch each way.

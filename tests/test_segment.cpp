@@ -29,23 +29,46 @@ struct Drawing {
   std::vector<std::vector<Rect>> words;  // per line, drawn left to right
   std::vector<Rect> lines;
 
-  // A line of words from x0 to x1 at top y: strokes 3 wide every 8, words of 5, spaces 20.
-  Rect Line(int x0, int x1, int y, int height) {
-    std::vector<Rect> line;
-    for (int x = x0; x + 36 <= x1; x += 36 + 20) {
-      Rect word{x, y, x + 35, y + height - 1};
-      for (int k = 0; k < 5; ++k) {
-        int const tall = k == 1 ? height / 3 : 0;  // an ascender
-        ink.push_back(Rect{x + 8 * k, y - tall, x + 8 * k + 3, y + height - 1});
-        word.t = std::min(word.t, y - tall);
-      }
-      line.push_back(word);
-    }
+  // A word of `letters` strokes 3 wide every 8 (the second one an ascender) at x, top y.
+  Rect Word(int x, int y, int height, int letters) {
+    Rect word{x, y - height / 3, x + 8 * letters - 5, y + height - 1};
+    for (int k = 0; k < letters; ++k)
+      ink.push_back(Rect{x + 8 * k, k == 1 ? word.t : y, x + 8 * k + 3, word.b});
+    return word;
+  }
+  Rect Keep(std::vector<Rect> const& line) {
     Rect box = line.front();
     for (Rect const& w : line) Grow(box, w);
     words.push_back(line);
     lines.push_back(box);
     return box;
+  }
+  // A line of words of 5 from x0 to x1 at top y, spaces 20.
+  Rect Line(int x0, int x1, int y, int height) {
+    std::vector<Rect> line;
+    for (int x = x0; x + 36 <= x1; x += 36 + 20) line.push_back(Word(x, y, height, 5));
+    return Keep(line);
+  }
+  // A justified line of `count` words 40 to 119 wide (from the generator `seed`) filling x0..x1.
+  Rect Justified(int x0, int x1, int y, int count, uint32_t& seed) {
+    std::vector<int> widths;
+    int used = 0;
+    for (int k = 0; k < count; ++k) {
+      seed = seed * 1664525u + 1013904223u;
+      widths.push_back(40 + int(seed >> 16) % 80);
+      used += widths.back();
+    }
+    std::vector<Rect> line;
+    for (int k = 0, x = x0; k < count; ++k) {
+      int const w = widths[std::size_t(k)];
+      if (k == count - 1) x = x1 - w + 1;
+      Rect word{x, y - 7, x + w - 1, y + 21};
+      for (int sx = x; sx <= word.r; sx = std::min(sx + 8, std::max(sx + 1, word.r - 3)))
+        ink.push_back(Rect{sx, sx == x + 8 ? word.t : y, std::min(sx + 3, word.r), word.b});
+      line.push_back(word);
+      x = word.r + 1 + (x1 - x0 + 1 - used) / (count - 1);
+    }
+    return Keep(line);
   }
   Rect Paragraph(int x0, int x1, int y, int count) {
     Rect box = Line(x0, x1, y, 22);
@@ -166,6 +189,39 @@ TEST(Segment, LinesAndWordsFollowTheirBlocks) {
   for (auto* v : {&foundLines, &drawnLines, &foundWords, &drawnWords}) std::sort(v->begin(), v->end(), byPlace);
   EXPECT_EQ(foundLines, drawnLines);
   EXPECT_EQ(foundWords, drawnWords);
+}
+
+TEST(Segment, ColumnsStayApartAcrossANarrowGutter) {
+  // Two columns 540 wide with a gutter of 75 (a quarter inch). The left one holds paragraphs
+  // of a full line over a short one, so little text borders the gutter near any one line;
+  // the right one is justified, two to six words spread to the width, so the spaces of its
+  // short lines (up to 450) are wider than the gutter. Every line is found whole, no block
+  // reaches across the gutter, and the left column is read before the right one.
+  Drawing d;
+  uint32_t seed = 9;
+  for (int i = 0; i < 6; ++i) {
+    d.Justified(50, 589, 100 + 120 * i, 5, seed);
+    d.Line(50, 250, 140 + 120 * i, 22);
+  }
+  int const counts[] = {6, 5, 2, 6, 5, 3, 6, 5, 6, 2, 5, 6, 5, 6, 3, 6, 5, 6};
+  for (int i = 0; i < 18; ++i) d.Justified(665, 1204, 100 + 40 * i, counts[i], seed);
+  for (bool topDown : {false, true}) {
+    DibPtr dib = d.Page(1, topDown);
+    std::vector<SDibZone> const zones = Segment(dib.get(), true);
+    std::vector<Rect> found, drawn = d.lines;
+    bool right = false;
+    for (SDibZone const& z : zones) {
+      if (z.level == 1) found.push_back(Of(z.rect));
+      if (z.level != 0) continue;
+      EXPECT_TRUE(z.rect.right < 590 || z.rect.left >= 665) << z.rect.left << ".." << z.rect.right;
+      EXPECT_FALSE(right && z.rect.left < 590);  // no left block after a right one
+      right = right || z.rect.left >= 665;
+    }
+    auto byPlace = [](Rect const& a, Rect const& b) { return a.t != b.t ? a.t < b.t : a.l < b.l; };
+    std::sort(found.begin(), found.end(), byPlace);
+    std::sort(drawn.begin(), drawn.end(), byPlace);
+    EXPECT_EQ(found, drawn);
+  }
 }
 
 TEST(Segment, CountsBeyondCapacityAndRefusesBadArguments) {

@@ -14,8 +14,6 @@ namespace {
 
 constexpr double kSmearInches = 0.12;
 constexpr double kMaxSpaceInches = 0.6;   // widest space joined inside a line, when no gutter
-constexpr double kWideSpaceInches = 0.3;  // spaces this wide are joined whatever the height
-constexpr double kMaxSpaceShare = 2.5;    // of the smaller piece's height, for larger type
 constexpr double kBridgeHeightRatio = 1.3;  // a spanning line of like height
 constexpr double kBridgeReach = 1.5;        // heights from the pieces
 constexpr double kBandOverlap = 0.5;      // rows shared by two pieces of one line
@@ -90,6 +88,18 @@ bool Walled(std::vector<Box> const& walls, Box const& box) {
   return false;
 }
 
+// Whether one of the lines reaches across a gutter or rule that the other stands beside (a
+// caption over two columns and the first line of one of them, when skew puts that line
+// nearer).
+bool AcrossColumns(std::vector<Box> const& barriers, Box const& a, Box const& b) {
+  auto spansBeside = [](Box const& wide, Box const& narrow, Box const& g) {
+    return g.l > wide.l && g.r < wide.r && (g.r < narrow.l || g.l > narrow.r) && OverlapY(g, narrow) > 0;
+  };
+  for (Box const& g : barriers)
+    if (spansBeside(a, b, g) || spansBeside(b, a, g)) return true;
+  return false;
+}
+
 bool Joinable(Box const& a, Box const& b) {
   int const ha = a.Height(), hb = b.Height();
   int const gap = b.t - a.b - 1;
@@ -129,10 +139,10 @@ void JoinColumnPieces(std::vector<Box>& blocks, std::vector<std::vector<Box>>& l
 
 // Whether a line of like height just above or below spans both pieces: then the space between
 // them lies inside one column (the few words of a justified line spread wide).
-bool Bridged(std::vector<Box> const& pieces, Box const& p, Box const& q) {
+bool Bridged(std::vector<Box> const& lines, Box const& p, Box const& q) {
   int const h = std::min(p.Height(), q.Height());
   int const top = std::min(p.t, q.t), bottom = std::max(p.b, q.b);
-  for (Box const& k : pieces) {
+  for (Box const& k : lines) {
     if (k.l > p.l || k.r < q.r || k.Height() > kBridgeHeightRatio * h || k.Height() * kBridgeHeightRatio < h)
       continue;
     int const distance = k.b < top ? top - k.b : k.t > bottom ? k.t - bottom : -1;
@@ -143,7 +153,7 @@ bool Bridged(std::vector<Box> const& pieces, Box const& p, Box const& q) {
 
 // Pieces of one row band joined across wider spaces that are no gutters: each piece with its
 // nearest neighbour to the right that shares most of its rows.
-std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBits const& ink,
+std::vector<Box> JoinPieces(std::vector<Box> pieces,
                             std::vector<Box> const& walls, LayoutScale const& scale) {
   std::sort(pieces.begin(), pieces.end(), [](Box const& a, Box const& b) { return a.t < b.t; });
   int const n = int(pieces.size());
@@ -167,20 +177,23 @@ std::vector<Box> JoinPieces(std::vector<Box> pieces, InkBits const& text, InkBit
         parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);  // a dot or accent
     }
   }
-  int const widest = scale.In(kMaxSpaceInches), wide = scale.In(kWideSpaceInches);
-  for (int i = 0; i < n; ++i) {
-    int const j = right[std::size_t(i)];
-    if (j < 0) continue;
-    Box const& p = pieces[std::size_t(i)];
-    Box const& q = pieces[std::size_t(j)];
-    int const gap = gapTo[std::size_t(i)];
-    int const limit = std::max(wide, int(kMaxSpaceShare * std::min(p.Height(), q.Height())));
-    if (gap > widest || (gap > limit && !Bridged(pieces, p, q))) continue;
-    if (IsGutter(text, ink, walls, std::min(p.t, q.t), std::max(p.b, q.b), p.r + 1, q.l - 1, scale)) continue;
-    parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
+  // Spaces up to the widest first; then wider ones bridged by a line so joined.
+  int const widest = scale.In(kMaxSpaceInches);
+  std::vector<Box> joined;
+  for (int pass = 0; pass < 2; ++pass) {
+    for (int i = 0; i < n; ++i) {
+      int const j = right[std::size_t(i)];
+      if (j < 0) continue;
+      Box const& p = pieces[std::size_t(i)];
+      Box const& q = pieces[std::size_t(j)];
+      int const gap = gapTo[std::size_t(i)];
+      if ((gap > widest) != (pass == 1) || (pass == 1 && !Bridged(joined, p, q))) continue;
+      if (IsGutter(pieces, walls, p, q, scale)) continue;
+      parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
+    }
+    joined.assign(std::size_t(n), Box{});
+    for (int i = 0; i < n; ++i) joined[std::size_t(FindRoot(parent, i))].Add(pieces[std::size_t(i)]);
   }
-  std::vector<Box> joined(static_cast<std::size_t>(n));
-  for (int i = 0; i < n; ++i) joined[std::size_t(FindRoot(parent, i))].Add(pieces[std::size_t(i)]);
   std::vector<Box> lines;
   for (Box const& b : joined)
     if (!b.Empty()) lines.push_back(b);
@@ -195,15 +208,14 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
   int const width = ink.Width(), height = ink.Height();
   out.blocks.clear();
   out.lines.clear();
-  InkBits smear, text;
-  if (!smear.Reset(width, height) || !text.Reset(width, height)) return false;
+  InkBits smear;
+  if (!smear.Reset(width, height)) return false;
   int const reach = scale.In(kSmearInches);
   for (int y = 0; y < height; ++y) {
     int x0 = -1, x1 = -1;
     for (int i = map.rowStart[std::size_t(y)]; i < map.rowStart[std::size_t(y) + 1]; ++i) {
       InkRun run = map.runs[std::size_t(i)];
       if (!isText[std::size_t(run.label)] || !ClipToUncovered(covered, y, run)) continue;
-      SetSpan(text, y, run.x0, run.x1);
       if (x0 >= 0 && run.x0 - x1 - 1 <= reach) {
         x1 = std::max(x1, run.x1);
         continue;
@@ -220,7 +232,10 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
   found.reserve(pieces.components.size());
   for (InkComponent const& c : pieces.components)
     found.push_back(Box{c.left, c.top, c.right, c.bottom});
-  std::vector<Box> lines = JoinPieces(std::move(found), text, ink, walls, scale);
+  std::vector<Box> barriers;  // rules and column gutters: nothing is joined across them
+  if (!FindGutters(smear, ink, covered, scale, barriers)) return false;
+  barriers.insert(barriers.end(), walls.begin(), walls.end());
+  std::vector<Box> lines = JoinPieces(std::move(found), barriers, scale);
   std::sort(lines.begin(), lines.end(), [](Box const& a, Box const& b) {
     return a.t != b.t ? a.t < b.t : a.l < b.l;
   });
@@ -235,7 +250,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
     Box const& a = lines[std::size_t(i)];
     Box const& b = lines[std::size_t(j)];
     Box const between{std::max(a.l, b.l), a.b, std::min(a.r, b.r), b.t};
-    if (Joinable(a, b) && !Walled(walls, between))
+    if (Joinable(a, b) && !Walled(barriers, between) && !AcrossColumns(barriers, a, b))
       parent[std::size_t(FindRoot(parent, j))] = FindRoot(parent, i);
   }
   std::vector<int> blockOf(std::size_t(n), -1);
@@ -250,7 +265,7 @@ bool FindTextBlocks(ComponentMap const& map, std::vector<char> const& isText, In
     out.blocks[std::size_t(b)].Add(lines[std::size_t(i)]);
     out.lines[std::size_t(b)].push_back(lines[std::size_t(i)]);
   }
-  JoinColumnPieces(out.blocks, out.lines, walls, scale);
+  JoinColumnPieces(out.blocks, out.lines, barriers, scale);
   return true;
 }
 
