@@ -37,6 +37,42 @@ std::vector<Group> Bands(std::vector<Box> const& boxes, Group const& items) {
   return CutAlong(boxes, items, [](Box const& b) { return b.t; }, [](Box const& b) { return b.b; });
 }
 
+// Whether `band` continues the columns of `group`: the group has columns and the band closes
+// none of its channels (two columns whose paragraphs happen to end at one height). A band
+// that bridges a channel, or a group of one column (a title), breaks the columns instead.
+bool KeepsColumns(std::vector<Box> const& boxes, Group const& group, Group const& band) {
+  std::size_t const columns = Columns(boxes, group).size();
+  if (columns < 2) return false;
+  Group joined = group;
+  joined.insert(joined.end(), band.begin(), band.end());
+  return Columns(boxes, joined).size() == columns;
+}
+
+int Top(std::vector<Box> const& boxes, Group const& g) {
+  int t = boxes[std::size_t(g[0])].t;
+  for (int i : g) t = std::min(t, boxes[std::size_t(i)].t);
+  return t;
+}
+int Bottom(std::vector<Box> const& boxes, Group const& g) {
+  int b = boxes[std::size_t(g[0])].b;
+  for (int i : g) b = std::max(b, boxes[std::size_t(i)].b);
+  return b;
+}
+
+// Whether band `b` belongs to the band after it rather than to `group` above: the next band
+// breaks the group's columns and stands closer (a caption over a table or figure that spans
+// the columns is read with it, after the columns).
+bool LeadsNext(std::vector<Box> const& boxes, Group const& group, std::vector<Group> const& bands,
+               std::size_t b) {
+  if (b + 1 >= bands.size()) return false;
+  Group joined = group;
+  joined.insert(joined.end(), bands[b].begin(), bands[b].end());
+  if (KeepsColumns(boxes, joined, bands[b + 1])) return false;
+  int const above = Top(boxes, bands[b]) - Bottom(boxes, group);
+  int const below = Top(boxes, bands[b + 1]) - Bottom(boxes, bands[b]);
+  return below < above;
+}
+
 void Order(std::vector<Box> const& boxes, Group const& items, std::vector<int>& out) {
   if (items.size() <= 1) {
     out.insert(out.end(), items.begin(), items.end());
@@ -49,18 +85,14 @@ void Order(std::vector<Box> const& boxes, Group const& items, std::vector<int>& 
   }
   std::vector<Group> bands = Bands(boxes, items);
   if (bands.size() > 1) {
-    // Bands read together while their union keeps a column channel.
     std::vector<Group> merged;
-    for (Group const& band : bands) {
-      if (!merged.empty()) {
-        Group joined = merged.back();
-        joined.insert(joined.end(), band.begin(), band.end());
-        if (Columns(boxes, joined).size() > 1) {
-          merged.back() = std::move(joined);
-          continue;
-        }
+    for (std::size_t b = 0; b < bands.size(); ++b) {
+      if (!merged.empty() && KeepsColumns(boxes, merged.back(), bands[b]) &&
+          !LeadsNext(boxes, merged.back(), bands, b)) {
+        merged.back().insert(merged.back().end(), bands[b].begin(), bands[b].end());
+        continue;
       }
-      merged.push_back(band);
+      merged.push_back(bands[b]);
     }
     if (merged.size() > 1) {
       for (Group const& g : merged) Order(boxes, g, out);
@@ -91,9 +123,15 @@ std::vector<int> ReadingOrder(std::vector<Box> const& boxes, int marginHeight) {
       if (boxes[std::size_t(i)].Height() > marginHeight) return false;
     return true;
   };
+  // A margin band also stands apart: a heading or the last line of a column that ends a
+  // page is no nearer the page's edge than the body's own spacing allows.
   std::size_t first = 0, last = bands.size();
-  while (last - first > 1 && low(bands[first])) ++first;
-  while (last - first > 1 && low(bands[last - 1])) --last;
+  while (last - first > 1 && low(bands[first]) &&
+         Top(boxes, bands[first + 1]) - Bottom(boxes, bands[first]) > marginHeight)
+    ++first;
+  while (last - first > 1 && low(bands[last - 1]) &&
+         Top(boxes, bands[last - 1]) - Bottom(boxes, bands[last - 2]) > marginHeight)
+    --last;
   Group body;
   for (std::size_t b = first; b < last; ++b) body.insert(body.end(), bands[b].begin(), bands[b].end());
   for (std::size_t b = 0; b < first; ++b) Order(boxes, bands[b], out);
