@@ -73,31 +73,41 @@ bool LeadsNext(std::vector<Box> const& boxes, Group const& group, std::vector<Gr
   return below < above;
 }
 
+// The horizontal bands of `items`, top to bottom, with the bands that continue the columns
+// above joined to them. `bridged` tells whether a band broke the columns of a group above by
+// closing one of its channels (a section break).
+std::vector<Group> Sections(std::vector<Box> const& boxes, Group const& items, bool& bridged) {
+  std::vector<Group> const bands = Bands(boxes, items);
+  std::vector<Group> merged;
+  bridged = false;
+  for (std::size_t b = 0; b < bands.size(); ++b) {
+    if (!merged.empty()) {
+      bool const keeps = KeepsColumns(boxes, merged.back(), bands[b]);
+      if (keeps && !LeadsNext(boxes, merged.back(), bands, b)) {
+        merged.back().insert(merged.back().end(), bands[b].begin(), bands[b].end());
+        continue;
+      }
+      bridged = bridged || (!keeps && Columns(boxes, merged.back()).size() > 1);
+    }
+    merged.push_back(bands[b]);
+  }
+  return merged;
+}
+
 void Order(std::vector<Box> const& boxes, Group const& items, std::vector<int>& out) {
   if (items.size() <= 1) {
     out.insert(out.end(), items.begin(), items.end());
     return;
   }
-  std::vector<Group> columns = Columns(boxes, items);
-  if (columns.size() > 1) {
-    for (Group const& c : columns) Order(boxes, c, out);
+  // A section break outranks a column channel: columns of two sections on one grid leave a
+  // channel down the whole page, though a caption or table bridges another one between them.
+  bool bridged = false;
+  std::vector<Group> const sections = Sections(boxes, items, bridged);
+  std::vector<Group> const columns = Columns(boxes, items);
+  std::vector<Group> const& cut = columns.size() > 1 && !bridged ? columns : sections;
+  if (cut.size() > 1) {
+    for (Group const& g : cut) Order(boxes, g, out);
     return;
-  }
-  std::vector<Group> bands = Bands(boxes, items);
-  if (bands.size() > 1) {
-    std::vector<Group> merged;
-    for (std::size_t b = 0; b < bands.size(); ++b) {
-      if (!merged.empty() && KeepsColumns(boxes, merged.back(), bands[b]) &&
-          !LeadsNext(boxes, merged.back(), bands, b)) {
-        merged.back().insert(merged.back().end(), bands[b].begin(), bands[b].end());
-        continue;
-      }
-      merged.push_back(bands[b]);
-    }
-    if (merged.size() > 1) {
-      for (Group const& g : merged) Order(boxes, g, out);
-      return;
-    }
   }
   // Neither cut separates them: top to bottom, then left to right.
   Group rest = items;
