@@ -150,6 +150,32 @@ TEST(Segment, BlocksKindsAndOrderOfADrawnPage) {
   }
 }
 
+TEST(Segment, ReadsSectionsOfOneGridInTurn) {
+  // Two sections of two columns with a rule in the gutter: the caption between them crosses
+  // the rule but stops short of the right column, leaving a channel down the whole page, yet
+  // it breaks the sections, so the first is read in full before it.
+  Drawing d;
+  uint32_t seed = 7;
+  auto text = [&](int x0, int x1, int y, int count) {  // justified, so no table of words
+    Rect box = d.Justified(x0, x1, y, 5, seed);
+    for (int i = 1; i < count; ++i) Grow(box, d.Justified(x0, x1, y + 40 * i, 5, seed));
+    return box;
+  };
+  Rect const expected[] = {
+      text(100, 560, 100, 6), d.Fill(Rect{610, 100, 613, 330}), text(680, 1140, 113, 6),
+      d.Paragraph(100, 650, 400, 1), d.Fill(Rect{100, 460, 560, 640}),
+      text(100, 560, 700, 5), d.Fill(Rect{610, 700, 613, 880}), text(680, 1140, 713, 5)};
+  for (bool topDown : {false, true}) {
+    DibPtr dib = d.Page(1, topDown);
+    std::vector<SDibZone> const zones = Segment(dib.get(), false);
+    ASSERT_EQ(zones.size(), std::size(expected)) << topDown;
+    for (std::size_t i = 0; i < zones.size(); ++i) {
+      EXPECT_EQ(Of(zones[i].rect), expected[i]) << i;
+      EXPECT_EQ(zones[i].order, int(i));
+    }
+  }
+}
+
 TEST(Segment, LinesAndWordsFollowTheirBlocks) {
   Layout const page;
   DibPtr dib = page.d.Page(1, false);
