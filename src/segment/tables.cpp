@@ -15,6 +15,8 @@ constexpr double kMaxColumnGap = 1.2;     // inches between neighbouring table c
 constexpr double kRowTolerance = 0.04;    // inches between the centres of one row's cells
 constexpr double kRuleAlign = 0.1;        // inches: rules of one table start and end together
 constexpr double kMaxRuleSpacing = 3.0;   // inches between stacked rules of one table
+constexpr double kTightRule = 0.08;       // inches from a table's rule to its cells
+constexpr double kStackGap = 0.12;        // inches between stacked parts of one table (a row)
 
 // Places where `fill` summed over `span` neighbours reaches `reach`.
 int Crossings(std::vector<int> const& fill, int span, double reach) {
@@ -88,6 +90,14 @@ void FrameWithRules(std::vector<Region>& regions, LayoutScale const& scale) {
           if (SideBySide(r.box, regions[std::size_t(o)].box)) table = true;
         inside.push_back(int(k));
       }
+      // Cells too close to part into columns read as one block of the frame's width; the
+      // rules hug it, where a rule between paragraphs keeps a paragraph's distance.
+      int const tight = scale.In(kTightRule);
+      if (!table && inside.size() == 1) {
+        Box const& b = regions[std::size_t(inside[0])].box;
+        table = std::abs(b.l - frame.l) <= align && std::abs(b.r - frame.r) <= align &&
+                b.t - frame.t <= tight + first.Height() && frame.b - b.b <= tight + first.Height();
+      }
       if (table) {
         Region& t = regions[std::size_t(rules[i])];
         t.kind = kZoneTable;
@@ -100,6 +110,36 @@ void FrameWithRules(std::vector<Region>& regions, LayoutScale const& scale) {
       }
     }
     i = j;
+  }
+}
+
+// A table found in parts (the head between its rules, the body's aligned columns, a last row
+// fused with the foot rule) is one: tables within a row's gap of each other, one within the
+// other's width, join, and so does text just below a table as wide as it is (its foot rule
+// and last row; a caption above stays apart).
+void StackTableParts(std::vector<Region>& regions, LayoutScale const& scale) {
+  int const align = scale.In(kRuleAlign), gap = scale.In(kStackGap);
+  auto within = [&](Box const& a, Box const& b) { return a.l >= b.l - align && a.r <= b.r + align; };
+  bool merged = true;
+  while (merged) {
+    merged = false;
+    for (Region& t : regions) {
+      if (t.kind != kZoneTable) continue;
+      for (Region& r : regions) {
+        if (&r == &t || (r.kind != kZoneTable && r.kind != kZoneText)) continue;
+        int const apart = std::max(r.box.t - t.box.b, t.box.t - r.box.b) - 1;
+        if (apart < 0 || apart > gap || OverlapX(r.box, t.box) == 0) continue;
+        bool const joins = r.kind == kZoneTable
+                               ? within(r.box, t.box) || within(t.box, r.box)
+                               : r.box.t > t.box.b && std::abs(r.box.l - t.box.l) <= align &&
+                                     std::abs(r.box.r - t.box.r) <= align;
+        if (!joins) continue;
+        t.box.Add(r.box);
+        t.lines += r.lines;
+        r.kind = -1;
+        merged = true;
+      }
+    }
   }
 }
 
@@ -157,6 +197,7 @@ void FindTextTables(std::vector<Region>& regions, std::vector<std::vector<Box>> 
   for (int i = 0; i < n; ++i)
     if (linked[std::size_t(i)] && FindRoot(parent, i) == i) regions[std::size_t(i)].kind = kZoneTable;
   FrameWithRules(regions, scale);
+  StackTableParts(regions, scale);
 }
 
 }  // namespace quilp
