@@ -310,6 +310,22 @@ TEST(Segment, TinyEmptyAndRuledGridPages) {
   }
 }
 
+TEST(Segment, RulesHuggingABlockOfTheirWidthFrameATable) {
+  // Cells too close to part into columns are one block; rules of its width 12 pixels from
+  // it frame a table, while 60 pixels away (a paragraph's distance) they part text.
+  for (int gap : {12, 60}) {
+    Drawing d;
+    uint32_t seed = 3;
+    d.Fill(Rect{100, 300, 1100, 305});
+    Rect box = d.Justified(100, 1100, 313 + gap, 12, seed);
+    for (int i = 1; i < 4; ++i) Grow(box, d.Justified(100, 1100, 313 + gap + 40 * i, 12, seed));
+    d.Fill(Rect{100, box.b + gap + 1, 1100, box.b + gap + 6});
+    std::vector<SDibZone> const zones = Segment(d.Page(1, false).get(), false);
+    ASSERT_EQ(zones.size(), gap < 20 ? 1u : 3u);
+    EXPECT_EQ(zones[gap < 20 ? 0 : 1].kind, gap < 20 ? 4 : 1);
+  }
+}
+
 TEST(Segment, RePresegmentReclassifiesEditedZones) {
   Layout const page;
   DibPtr dib = page.d.Page(1, false);
