@@ -2,6 +2,7 @@
 #include "segment/text_lines.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace quilp {
 
@@ -60,7 +61,7 @@ std::vector<TextLine> BuildLines(std::vector<Box> letters) {
       o.last = c;
     }
   }
-  // Pieces of one line side by side (a line interrupted by a gap in its letters' heights).
+  // Pieces of one line (a line interrupted by a gap in its letters' heights).
   bool joined = true;
   while (joined) {
     joined = false;
@@ -68,8 +69,10 @@ std::vector<TextLine> BuildLines(std::vector<Box> letters) {
       for (std::size_t j = i + 1; j < open.size() && !joined; ++j) {
         Box const& a = open[i].line.box;
         Box const& b = open[j].line.box;
-        if (OverlapX(a, b) > 0) continue;
         if (OverlapY(a, b) < kJoinOverlap * std::min(a.Height(), b.Height())) continue;
+        // Pieces that overlap across were grown side by side from one line's letters (each
+        // letter went to the piece whose last letter it matched best): centred together.
+        if (OverlapX(a, b) > 0 && std::abs((a.t + a.b) - (b.t + b.b)) > typical) continue;
         TextLine& keep = open[i].line;
         keep.box.Add(b);
         keep.letters.insert(keep.letters.end(), open[j].line.letters.begin(),
