@@ -287,9 +287,10 @@ TEST(Segment, CountsBeyondCapacityAndRefusesBadArguments) {
 }
 
 TEST(Segment, TinyEmptyAndRuledGridPages) {
-  Drawing grid;  // 4 x 3 cells ruled by 2-pixel lines: one table
-  for (int i = 0; i <= 4; ++i) grid.Fill(Rect{300 + 100 * i, 400, 301 + 100 * i, 581});
-  for (int j = 0; j <= 3; ++j) grid.Fill(Rect{300, 400 + 60 * j, 701, 401 + 60 * j});
+  Drawing grid;  // 8 x 3 cells ruled by 2-pixel lines, a word touching the rules in each: one table
+  for (int i = 0; i <= 8; ++i) grid.Fill(Rect{200 + 100 * i, 400, 201 + 100 * i, 581});
+  for (int j = 0; j <= 3; ++j) grid.Fill(Rect{200, 400 + 60 * j, 1001, 401 + 60 * j});
+  for (int c = 0; c < 24; ++c) grid.Word(206 + 100 * (c % 8), 435 + 60 * (c / 8), 22, 11);
   Drawing offset;  // paragraphs offset diagonally between two rules: text, not a table
   offset.Fill(Rect{100, 100, 1100, 103});
   offset.Fill(Rect{100, 600, 1100, 603});

@@ -148,8 +148,13 @@ void StackTableParts(std::vector<Region>& regions, LayoutScale const& scale) {
 bool IsRuledGrid(ComponentProfile const& profile, LayoutScale const&) {
   int const w = int(profile.cols.size()), h = int(profile.rows.size());
   int const rowSpan = 1 + int(w * kSkewDrift), colSpan = 1 + int(h * kSkewDrift);
-  int const across = Crossings(profile.rows, rowSpan, kRuleReach * w);
-  int const down = Crossings(profile.cols, colSpan, kRuleReach * h);
+  // A skewed rule spreads over the rows it drifts across, but so many rows of a cell's text
+  // may reach as far and fuse the rules' runs: each span from one row up is tried.
+  int across = 0, down = 0;
+  for (int span = 1; span <= rowSpan; span = span < rowSpan ? std::min(rowSpan, 2 * span) : span + 1)
+    across = std::max(across, Crossings(profile.rows, span, kRuleReach * w));
+  for (int span = 1; span <= colSpan; span = span < colSpan ? std::min(colSpan, 2 * span) : span + 1)
+    down = std::max(down, Crossings(profile.cols, span, kRuleReach * h));
   return across >= 2 && down >= 2 && across + down >= 5;
 }
 
