@@ -258,12 +258,12 @@ DibPtr Reordered(DibInfo const* dib) {
 // The paper-surface method's pixels are fixed: these digests were taken from its first
 // release, and every faster path must give them again, in both row orders.
 TEST(AdaptiveBinarize, PaperSurfaceMethodKeepsItsPixels) {
-  quilp_pages::PageSpec spec;
-  spec.width = 613, spec.height = 457, spec.dpi = 100, spec.bitCount = 8;
-  spec.skewDegrees = 2, spec.noise = 7, spec.unevenness = 0.4, spec.columns = 2;
-  DibPtr made(quilp_pages::MakePage(spec));
-  spec.bitCount = 24, spec.fade = 0.5, spec.seed = 3;
-  DibPtr colour(quilp_pages::MakePage(spec));
+  quilp_pages::PageSpec look;
+  look.width = 613, look.height = 457, look.dpi = 100, look.bitCount = 8;
+  look.skewDegrees = 2, look.noise = 7, look.unevenness = 0.4, look.columns = 2;
+  DibPtr made(quilp_pages::MakePage(look));
+  look.bitCount = 24, look.fade = 0.5, look.seed = 3;
+  DibPtr colour(quilp_pages::MakePage(look));
   DibPtr shaded = ShadedTextPage(131, 61, 0.9, 0, 5), flat = ShadedTextPage(70, 64, 0.0, 3, 2);
   struct Case { DibInfo* page; int window, k; tagRect32 rect; uint64_t digest; };
   Case const cases[] = {
