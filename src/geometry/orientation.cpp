@@ -31,6 +31,7 @@
 #include "binarize/otsu.h"
 #include "geometry/grey_skew.h"
 #include "geometry/quarter_turn.h"
+#include "scale/halve.h"
 
 namespace quilp {
 namespace {
@@ -205,29 +206,6 @@ FrameScore ScoreFrame(DibView const& g, bool turned, double angle, int threshold
   return s;
 }
 
-// The image halved by 2 x 2 block means, blocks cut at the right and bottom edges: the
-// rounded mean of each block's pixels (ReducedGrey's rule for a factor of 2, without its
-// division per pixel).
-void Halve(DibView const& g, GreyImage& out) {
-  out.width = (g.width + 1) / 2;
-  out.height = (g.height + 1) / 2;
-  out.pixels.resize(std::size_t(out.width) * std::size_t(out.height));
-  int const pairs = g.width / 2;
-  for (int y = 0; y < out.height; ++y) {
-    uint8_t const* a = g.Row(2 * y);
-    uint8_t const* b = 2 * y + 1 < g.height ? g.Row(2 * y + 1) : nullptr;
-    uint8_t* o = out.Row(y);
-    if (b) {
-      for (int x = 0; x < pairs; ++x)
-        o[x] = uint8_t((a[2 * x] + a[2 * x + 1] + b[2 * x] + b[2 * x + 1] + 2) >> 2);
-      if (pairs < out.width) o[pairs] = uint8_t((a[2 * pairs] + b[2 * pairs] + 1) >> 1);
-    } else {
-      for (int x = 0; x < pairs; ++x) o[x] = uint8_t((a[2 * x] + a[2 * x + 1] + 1) >> 1);
-      if (pairs < out.width) o[pairs] = a[2 * pairs];
-    }
-  }
-}
-
 // The skew of a frame's lines (0 when it cannot be measured).
 double SkewOf(GreyImage const& g) {
   double angle = 0.0;
@@ -255,7 +233,10 @@ int DominantOrientation(DibView const& src, int bitsPerPixel, int dpi, int& conf
     // quarter turn is made of that copy only; the profiles read the small image itself.
     GreyImage skewed;
     if (smallDpi >= kHalveSkewDpi) {
-      Halve(small, skewed);
+      skewed.width = (small.width + 1) / 2;
+      skewed.height = (small.height + 1) / 2;
+      skewed.pixels.resize(std::size_t(skewed.width) * std::size_t(skewed.height));
+      DibHalve8(skewed.View(), small);
     } else {
       skewed.width = small.width;
       skewed.height = small.height;
